@@ -1,0 +1,55 @@
+#pragma once
+
+#include "KVThumbnail.h"
+
+#include <QImage>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <memory>
+#include <optional>
+
+// The properties of image 0 of a photo file, shaped like the platform's image-source dictionary:
+// sub-dictionaries under "{Exif}" and "{TIFF}", with the tags' own names as keys
+// ("DateTimeOriginal", "DateTimeDigitized", "BodySerialNumber", "Make", "Model", ...), values as
+// the strings stored in the file.
+using KVImageProperties = QVariantMap;
+
+// Reads photo files: Exiv2 for metadata and embedded previews, LibRaw for the raw files Exiv2
+// cannot open, QImageReader for decoding. Every third-party failure is caught here.
+class KVImageSource {
+public:
+    ~KVImageSource();
+
+    // Null when the file cannot be opened as an image at all.
+    static std::unique_ptr<KVImageSource> createWithPath(const QString &path);
+    // The MIME types this reader can read (the platform's list of readable type identifiers).
+    static QStringList copyTypeIdentifiers();
+
+    static const QString exifDictionaryKey; // "{Exif}"
+    static const QString tiffDictionaryKey; // "{TIFF}"
+
+    // Empty optional when the file opened but its properties could not be read.
+    std::optional<KVImageProperties> copyPropertiesAtIndex0();
+    // Upright, at most maxPixelSize on the longer side: the embedded preview when there is one
+    // (the smallest at least maxPixelSize, else the largest), else the decoded image itself.
+    KVThumbnail createThumbnail(int maxPixelSize = 256);
+    // The whole picture, decoded, upright.
+    QImage createImage();
+
+private:
+    struct Private;
+    explicit KVImageSource(std::unique_ptr<Private> d);
+    std::unique_ptr<Private> d;
+};
+
+// Keys of the property dictionaries, named after the tags.
+namespace KVImagePropertyKey {
+inline const QString exifDateTimeOriginal = QStringLiteral("DateTimeOriginal");
+inline const QString exifDateTimeDigitized = QStringLiteral("DateTimeDigitized");
+inline const QString exifBodySerialNumber = QStringLiteral("BodySerialNumber");
+inline const QString tiffMake = QStringLiteral("Make");
+inline const QString tiffModel = QStringLiteral("Model");
+inline const QString orientation = QStringLiteral("Orientation");
+} // namespace KVImagePropertyKey

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <mutex>
+#include <vector>
+
+class KVObservable;
+
+// Receiver of change notices. Notices arrive synchronously on the thread that made the change;
+// a receiver that touches widgets hops to the main thread itself.
+class KVObserver {
+public:
+    virtual ~KVObserver() = default;
+    virtual void observeValueForKeyPath(const QString &keyPath, KVObservable *object) = 0;
+};
+
+// Key-value observing: observers register for named keys, and a change of a key also announces
+// every key that declares a dependency on it.
+class KVObservable {
+public:
+    KVObservable() = default;
+    KVObservable(const KVObservable &) = delete;
+    KVObservable &operator=(const KVObservable &) = delete;
+    virtual ~KVObservable() = default;
+
+    void addObserver(KVObserver *observer, const QString &keyPath);
+    void removeObserver(KVObserver *observer, const QString &keyPath);
+    // Removes every registration of the observer on this object.
+    void removeObserver(KVObserver *observer);
+    bool hasObserver(KVObserver *observer, const QString &keyPath) const;
+
+    // The keys whose changes also change `key`.
+    virtual QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const;
+
+    // Announces a change of `key` (and of every key depending on it) to the observers.
+    void didChangeValueForKey(const QString &key);
+
+private:
+    struct Registration {
+        KVObserver *observer;
+        QString keyPath;
+    };
+    bool affects(const QString &changedKey, const QString &observedKey, int depth) const;
+
+    mutable std::mutex m_mutex;
+    std::vector<Registration> m_registrations;
+};

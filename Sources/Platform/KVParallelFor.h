@@ -1,0 +1,8 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+// Calls body(i) for every i below count, spread over one thread per active processor, and
+// returns when all are done. Reading many photo files is bound by decoding, not by the disk.
+void KVParallelFor(std::size_t count, const std::function<void(std::size_t)> &body);

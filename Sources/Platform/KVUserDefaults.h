@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+#include <mutex>
+
+// The user's defaults, kept by QSettings. Registered defaults answer for keys the user never set.
+class KVUserDefaults {
+public:
+    static KVUserDefaults &standardUserDefaults();
+    static const QString verboseLoggingKey; // "KVVerboseLogging"
+
+    void registerDefaults(const QVariantMap &defaults);
+    QVariant objectForKey(const QString &key) const;
+    bool boolForKey(const QString &key) const;
+    void setBool(bool value, const QString &key);
+
+    // Read anew at each use, so that the menu switch takes effect at once everywhere.
+    bool verboseConsole() const;
+
+private:
+    KVUserDefaults() = default;
+
+    mutable std::mutex m_mutex;
+    QVariantMap m_registered;
+};

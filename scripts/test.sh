@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every test.
+# KALVORA_SANITIZE=address|thread builds a separate sanitizer build and runs the tests in it.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
+
+kalvora_install_packages
+folder="$KALVORA_ROOT/build/tests${KALVORA_SANITIZE:+-$KALVORA_SANITIZE}"
+kalvora_build "$folder" RelWithDebInfo -DKALVORA_SANITIZE="${KALVORA_SANITIZE:-}"
+cd "$folder"
+export QT_QPA_PLATFORM=offscreen
+ctest --output-on-failure --timeout 300 -j "$(nproc)" "$@"
