@@ -1,0 +1,452 @@
+#include "KVCameraSets.h"
+
+#include "KVDispatch.h"
+#include "KVImageSource.h"
+#include "KVParallelFor.h"
+#include "KVTypeIdentifier.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+QString tr(const char *text) {
+    return QCoreApplication::translate("KVAppDelegate", text);
+}
+
+const std::vector<KVImageFileRef> &emptyCamera() {
+    static const std::vector<KVImageFileRef> empty;
+    return empty;
+}
+
+} // namespace
+
+KVCameraSets::KVCameraSets(KVUserInterface *userInterface)
+    : m_ui(userInterface) {
+}
+
+KVCameraSets::~KVCameraSets() {
+    if (m_queue) {
+        m_queue->waitUntilAllOperationsAreFinished();
+        m_queue->removeObserver(this);
+    }
+    removeObserverForImageFiles(m_imageFiles);
+}
+
+const QStringList &KVCameraSets::supportedFileExtensions() {
+    static const QStringList extensions = {
+        QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("tiff"),
+        QStringLiteral("tif"), QStringLiteral("3fr"),  QStringLiteral("ari"),
+        QStringLiteral("arw"), QStringLiteral("bay"),  QStringLiteral("crw"),
+        QStringLiteral("cr2"), QStringLiteral("cap"),  QStringLiteral("dcs"),
+        QStringLiteral("dcr"), QStringLiteral("dng"),  QStringLiteral("drf"),
+        QStringLiteral("eip"), QStringLiteral("erf"),  QStringLiteral("fff"),
+        QStringLiteral("iiq"), QStringLiteral("k25"),  QStringLiteral("kdc"),
+        QStringLiteral("mef"), QStringLiteral("mos"),  QStringLiteral("mrw"),
+        QStringLiteral("nef"), QStringLiteral("nrw"),  QStringLiteral("obm"),
+        QStringLiteral("orf"), QStringLiteral("pef"),  QStringLiteral("ptx"),
+        QStringLiteral("pxn"), QStringLiteral("r3d"),  QStringLiteral("raf"),
+        QStringLiteral("raw"), QStringLiteral("rwl"),  QStringLiteral("rw2"),
+        QStringLiteral("rwz"), QStringLiteral("sr2"),  QStringLiteral("srf"),
+        QStringLiteral("srw"), QStringLiteral("x3f"),
+    };
+    return extensions;
+}
+
+QStringList KVCameraSets::supportedFileTypesOfReader() {
+    const QStringList readable = KVImageSource::copyTypeIdentifiers();
+    QStringList types;
+    for (const QString &extension : supportedFileExtensions()) {
+        const QString type = KVTypeIdentifier::preferredIdentifierForExtension(extension);
+        if (readable.contains(type))
+            types << type;
+    }
+    return types;
+}
+
+const QStringList &KVCameraSets::supportedFileTypes() {
+    if (!m_supportedFileTypesKnown) {
+        m_supportedFileTypes = supportedFileTypesOfReader();
+        m_supportedFileTypesKnown = true;
+    }
+    return m_supportedFileTypes;
+}
+
+KVBaseOperationQueue &KVCameraSets::queue() {
+    if (!m_queue) {
+        m_queue = std::make_unique<KVBaseOperationQueue>();
+        m_queue->addObserver(this, QStringLiteral("operationCount"));
+    }
+    return *m_queue;
+}
+
+void KVCameraSets::setImageFiles(const KVCameraSetsRef &imageFiles) {
+    if (imageFiles == m_imageFiles)
+        return;
+    removeObserverForImageFiles(m_imageFiles);
+    m_imageFiles = imageFiles;
+    addObserverForImageFiles(m_imageFiles);
+    didChangeValueForKey(QStringLiteral("imageFiles"));
+}
+
+void KVCameraSets::addObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
+    if (!imageFiles)
+        return;
+    for (const auto &[key, files] : *imageFiles) {
+        for (const KVImageFileRef &file : files) {
+            file->addObserver(this, QStringLiteral("imageState"));
+            file->addObserver(this, QStringLiteral("url"));
+        }
+    }
+}
+
+void KVCameraSets::removeObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
+    if (!imageFiles)
+        return;
+    for (const auto &[key, files] : *imageFiles) {
+        for (const KVImageFileRef &file : files) {
+            file->removeObserver(this, QStringLiteral("imageState"));
+            file->removeObserver(this, QStringLiteral("url"));
+        }
+    }
+}
+
+KVCameraSetsRef KVCameraSets::copyImageFiles() const {
+    return std::make_shared<const KVCameraSetDictionary>(mutableCopyImageFiles());
+}
+
+KVCameraSetDictionary KVCameraSets::mutableCopyImageFiles() const {
+    return m_imageFiles ? *m_imageFiles : KVCameraSetDictionary();
+}
+
+void KVCameraSets::sortImageFiles(KVCameraSetDictionary &dictionary) {
+    struct Keyed {
+        QDateTime date;
+        QString path;
+        KVImageFileRef file;
+    };
+    for (auto &[key, files] : dictionary) {
+        // Each record's date and path are read once, not at every comparison.
+        std::vector<Keyed> keyed;
+        keyed.reserve(files.size());
+        for (KVImageFileRef &file : files)
+            keyed.push_back({file->creationDate(), file->path(), std::move(file)});
+        std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed &a, const Keyed &b) {
+            if (a.date != b.date)
+                return a.date < b.date;
+            return a.path < b.path;
+        });
+        for (size_t i = 0; i < keyed.size(); ++i)
+            files[i] = std::move(keyed[i].file);
+    }
+}
+
+void KVCameraSets::addImageFile(const KVImageFileRef &file, KVCameraSetDictionary &dictionary) {
+    std::vector<KVImageFileRef> &files = dictionary[file->fullCameraName()];
+    const bool known = std::any_of(files.begin(), files.end(), [&](const KVImageFileRef &other) {
+        return other->isEqual(*file);
+    });
+    if (!known)
+        files.push_back(file);
+}
+
+QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory) {
+    // Hidden entries are left out by not asking for QDir::Hidden.
+    const QFileInfoList entries =
+        QDir(directory.toLocalFile())
+            .entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+    QList<QUrl> urls;
+    urls.reserve(entries.size());
+    for (const QFileInfo &entry : entries)
+        urls << QUrl::fromLocalFile(entry.filePath());
+    return urls;
+}
+
+void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files) {
+    for (const QUrl &url : urls) {
+        const QFileInfo info(url.toLocalFile());
+        // A link to a folder is not a folder here: it is never entered, so a loop of links
+        // cannot trap the walk.
+        if (info.isDir() && !info.isSymLink())
+            walk(directoryContents(url), files);
+        else
+            files << url;
+    }
+}
+
+void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary &dictionary,
+                                 QList<QVariantMap> &notAdded) {
+    QList<QUrl> files;
+    walk(urls, files);
+
+    const QStringList &types = supportedFileTypes();
+    const QStringList &extensions = supportedFileExtensions();
+    struct Outcome {
+        KVImageFileRef file;
+        QString reason;
+    };
+    std::vector<Outcome> outcomes(files.size());
+    // Reading the files is the slow part; it is spread over the processors, and the results
+    // are filed afterwards in the order of the walk.
+    KVParallelFor(files.size(), [&](size_t i) {
+        const QString path = files[i].toLocalFile();
+        Outcome &outcome = outcomes[i];
+        outcome.reason = tr("Unsupported file format.");
+        const QString type = KVTypeIdentifier::forPath(path);
+        // An unknown extension gets a dynamic type; it is tried only when written exactly as
+        // listed, so upper-case spellings pass through the reader's known types alone.
+        const bool accepted = (!type.isEmpty() && types.contains(type)) ||
+                              (type.toLower().startsWith(QLatin1String("dyn.")) &&
+                               extensions.contains(QFileInfo(path).suffix()));
+        if (!accepted)
+            return;
+        KVImageFileRef file = KVImageFile::initWithURL(files[i]);
+        if (!file) {
+            outcome.reason = tr("No EXIF date and camera found.");
+            return;
+        }
+        if (file->thumbnailData().isNull()) {
+            outcome.reason = tr("No EXIF thumbnail found.");
+            if (file->thumbnailData().isNull())
+                return;
+        }
+        outcome.file = std::move(file);
+    });
+
+    // Equality is by path; an index keeps filing linear for cameras with thousands of photos.
+    std::unordered_set<QString> known;
+    for (const auto &[key, cameraFiles] : dictionary) {
+        for (const KVImageFileRef &file : cameraFiles)
+            known.insert(file->path());
+    }
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        Outcome &outcome = outcomes[i];
+        if (outcome.file) {
+            if (known.insert(outcome.file->path()).second)
+                dictionary[outcome.file->fullCameraName()].push_back(outcome.file);
+            continue;
+        }
+        const QString path = files[i].toLocalFile();
+        notAdded << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
+                                {QStringLiteral("path"), path},
+                                {QStringLiteral("error"), outcome.reason}};
+    }
+}
+
+KVModelResult KVCameraSets::addedAndSortedImageFiles(const QList<QUrl> &urls,
+                                                     KVCameraSetDictionary dictionary) {
+    QList<QVariantMap> notAdded;
+    addImageFiles(urls, dictionary, notAdded);
+    sortImageFiles(dictionary);
+    return {std::make_shared<const KVCameraSetDictionary>(std::move(dictionary)), notAdded};
+}
+
+KVModelResult
+KVCameraSets::removeInvalidImagesFromCameraSet(const KVCameraSetDictionary &dictionary) {
+    KVCameraSetDictionary result;
+    for (const auto &[key, files] : dictionary) {
+        std::vector<KVImageFileRef> kept;
+        for (const KVImageFileRef &file : files) {
+            if (file->imageState() != KVImageStateRemoved && QFileInfo::exists(file->path()))
+                kept.push_back(file);
+        }
+        // The key is made anew from the photo: a camera's identity may have been re-read.
+        if (!kept.empty()) {
+            std::vector<KVImageFileRef> &target = result[kept.front()->fullCameraName()];
+            target.insert(target.end(), kept.begin(), kept.end());
+        }
+    }
+    sortImageFiles(result);
+    return {std::make_shared<const KVCameraSetDictionary>(std::move(result)), {}};
+}
+
+void KVCameraSets::lockUI() {
+    if (m_ui)
+        m_ui->addLockView();
+}
+
+void KVCameraSets::runModelOperation(std::function<KVModelResult()> work) {
+    auto operation = std::make_shared<KVInvocationOperation>(
+        [work = std::move(work)] { return QVariant::fromValue(work()); });
+    {
+        std::lock_guard lock(m_operationsMutex);
+        m_modelOperations.push_back(operation);
+    }
+    operation->addObserver(this, QStringLiteral("isFinished"));
+    queue().addOperation(operation);
+}
+
+void KVCameraSets::dispatchMain(std::function<void()> work) {
+    KVDispatchMain([alive = std::weak_ptr<int>(m_lifeToken), work = std::move(work)] {
+        if (alive.lock())
+            work();
+    });
+}
+
+void KVCameraSets::addNewFilesFromURLs(const QList<QUrl> &urls) {
+    lockUI();
+    if (m_ui) {
+        m_ui->setStartViewShown(false);
+        m_ui->displayString(tr("Adding photos…"));
+    }
+    runModelOperation([this, urls, copy = mutableCopyImageFiles()]() mutable {
+        return addedAndSortedImageFiles(urls, std::move(copy));
+    });
+}
+
+void KVCameraSets::reloadModel() {
+    lockUI();
+    runModelOperation(
+        [this, copy = mutableCopyImageFiles()] { return removeInvalidImagesFromCameraSet(copy); });
+}
+
+void KVCameraSets::removeFiles() {
+    setImageFiles(nullptr);
+    chooseWhatToShowOnDisplay();
+    if (m_ui) {
+        m_ui->reloadBrowser();
+        m_ui->setStartViewShown(true);
+        m_ui->closeManualDatePopover();
+    }
+}
+
+void KVCameraSets::openFiles(const QStringList &paths) {
+    QList<QUrl> urls;
+    for (const QString &path : paths)
+        urls << QUrl::fromLocalFile(path);
+    addNewFilesFromURLs(urls);
+}
+
+void KVCameraSets::installResult(const KVModelResult &result) {
+    if (!result.notAddedFiles.isEmpty()) {
+        const QList<QVariantMap> notAdded = result.notAddedFiles;
+        dispatchMain([this, notAdded] { showNotAddedFiles(notAdded); });
+    }
+    setImageFiles(result.files);
+    chooseWhatToShowOnDisplay();
+    if (m_ui)
+        m_ui->reloadBrowser();
+    unlockUI();
+}
+
+QStringList KVCameraSets::sortedCameras() const {
+    QStringList cameras;
+    if (m_imageFiles) {
+        // std::map keeps its keys in QString's plain, case-sensitive order already.
+        for (const auto &[key, files] : *m_imageFiles)
+            cameras << key;
+    }
+    return cameras;
+}
+
+const std::vector<KVImageFileRef> &KVCameraSets::cameraImagesWithIndex(int index) const {
+    if (!m_imageFiles || index < 0 || index >= static_cast<int>(m_imageFiles->size()))
+        return emptyCamera();
+    return std::next(m_imageFiles->begin(), index)->second;
+}
+
+int KVCameraSets::numberOfCamerasInBrowser() const {
+    return m_imageFiles ? static_cast<int>(m_imageFiles->size()) : 0;
+}
+
+QString KVCameraSets::nameForCameraWithIndex(int index) const {
+    const std::vector<KVImageFileRef> &files = cameraImagesWithIndex(index);
+    const QString name = files.empty() ? QString() : files.front()->cameraName();
+    return name.isEmpty() ? tr("No Name") : name;
+}
+
+QString KVCameraSets::toolTipForCameraWithIndex(int index) const {
+    const std::vector<KVImageFileRef> &files = cameraImagesWithIndex(index);
+    if (files.empty())
+        return {};
+    const KVImageFileRef &file = files.front();
+    QString text;
+    text.reserve(64);
+    // An empty string counts as present but adds nothing, so no stray line break either.
+    for (const QString &part : {file->model(), file->camera(), file->serialNumber()}) {
+        if (part.isNull())
+            continue;
+        if (!text.isEmpty())
+            text += QLatin1Char('\n');
+        text += part;
+    }
+    return text;
+}
+
+const std::vector<KVImageFileRef> &KVCameraSets::imagesForCameraWithIndex(int index) const {
+    return cameraImagesWithIndex(index);
+}
+
+QStringList KVCameraSets::keyPathsForValuesAffectingValueForKey(const QString &key) const {
+    QStringList keys = KVObservable::keyPathsForValuesAffectingValueForKey(key);
+    if (key == QLatin1String("isSynchronizationPossible"))
+        keys << QStringLiteral("imageFiles") << QStringLiteral("etalon");
+    else if (key == QLatin1String("isEnabledSynchronization"))
+        keys << QStringLiteral("isSynchronizationPossible") << QStringLiteral("isProcessingPathes");
+    else if (key == QLatin1String("fullScreenTitle"))
+        keys << QStringLiteral("window.styleMask");
+    else if (key == QLatin1String("isManualSetEnable"))
+        keys << QStringLiteral("imageFiles") << QStringLiteral("isProcessingPathes");
+    return keys;
+}
+
+void KVCameraSets::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
+    if (keyPath == QLatin1String("isFinished")) {
+        std::shared_ptr<KVInvocationOperation> operation;
+        {
+            std::lock_guard lock(m_operationsMutex);
+            auto it =
+                std::find_if(m_modelOperations.begin(), m_modelOperations.end(),
+                             [&](const auto &candidate) { return candidate.get() == object; });
+            if (it == m_modelOperations.end())
+                return;
+            operation = *it;
+            m_modelOperations.erase(it);
+        }
+        operation->removeObserver(this, keyPath);
+        const KVModelResult result = operation->result().value<KVModelResult>();
+        dispatchMain([this, result] { installResult(result); });
+    } else if (keyPath == QLatin1String("operationCount")) {
+        didChangeValueForKey(QStringLiteral("isProcessingPathes"));
+        dispatchMain([this] {
+            if (m_ui && isProcessingPathes() && m_ui->isCloseButtonEnabled())
+                m_ui->setCloseButtonEnabled(false);
+        });
+    } else if (keyPath == QLatin1String("imageState")) {
+        didChangeValueForKey(QStringLiteral("isSynchronizationPossible"));
+    }
+}
+
+void KVCameraSets::chooseWhatToShowOnDisplay() {
+    if (!m_ui)
+        return;
+    const int cameras = numberOfCamerasInBrowser();
+    if (cameras == 1)
+        m_ui->displayString(tr("Add photos taken with another camera\nor set \"base\" time and "
+                               "date manually"));
+    else if (cameras >= 2)
+        m_ui->displayString(tr("Double-click a photo that\nhas correct time and date "
+                               "information\nor set \"base\" time and date manually"));
+    else
+        m_ui->displayString(tr("No photos to sync"));
+}
+
+void KVCameraSets::unlockUI() {
+    if (!m_ui)
+        return;
+    m_ui->removeLockView();
+    m_ui->setCloseButtonEnabled(true);
+    m_ui->setStartViewShown(numberOfCamerasInBrowser() == 0);
+}
+
+void KVCameraSets::showNotAddedFiles(const QList<QVariantMap> &records) {
+    if (m_ui)
+        m_ui->showFileReport(KVUserInterface::NotAddedFiles, records);
+}
+
+bool KVCameraSets::isProcessingPathes() const {
+    return m_queue && m_queue->operationCount() > 0;
+}

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "KVBaseOperationQueue.h"
+#include "KVImageFile.h"
+#include "KVInvocationOperation.h"
+#include "KVObservable.h"
+#include "KVUserInterface.h"
+
+#include <QList>
+#include <QMetaType>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <unordered_set>
+#include <vector>
+
+// Camera identity key -> that camera's photos, by capture date, then path.
+using KVCameraSetDictionary = std::map<QString, std::vector<KVImageFileRef>>;
+using KVCameraSetsRef = std::shared_ptr<const KVCameraSetDictionary>;
+
+// What a model operation hands back to the main thread ("KVResultFiles" and
+// "KVResultNotAddedFiles").
+struct KVModelResult {
+    KVCameraSetsRef files;
+    QList<QVariantMap> notAddedFiles; // "name", "path", "error"
+};
+Q_DECLARE_METATYPE(KVModelResult)
+
+// The photo model of the window: the camera sets, how files are accepted and read off the main
+// thread, and the answers the camera browser asks for. Observable keys: "imageFiles",
+// "isSynchronizationPossible".
+class KVCameraSets : public KVObservable, public KVObserver {
+public:
+    explicit KVCameraSets(KVUserInterface *userInterface);
+    ~KVCameraSets() override;
+
+    static const QStringList &supportedFileExtensions();
+    // The readable type identifiers among those of the supported extensions (duplicates kept).
+    static QStringList supportedFileTypesOfReader();
+    const QStringList &supportedFileTypes();
+
+    KVBaseOperationQueue &queue();
+
+    KVCameraSetsRef imageFiles() const { return m_imageFiles; }
+    void setImageFiles(const KVCameraSetsRef &imageFiles);
+    KVCameraSetsRef copyImageFiles() const;
+    KVCameraSetDictionary mutableCopyImageFiles() const;
+    static void sortImageFiles(KVCameraSetDictionary &dictionary);
+    static void addImageFile(const KVImageFileRef &file, KVCameraSetDictionary &dictionary);
+    void addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary &dictionary,
+                       QList<QVariantMap> &notAdded);
+    KVModelResult addedAndSortedImageFiles(const QList<QUrl> &urls,
+                                           KVCameraSetDictionary dictionary);
+    KVModelResult removeInvalidImagesFromCameraSet(const KVCameraSetDictionary &dictionary);
+
+    void addNewFilesFromURLs(const QList<QUrl> &urls);
+    void reloadModel();
+    // The model half of removing every photo from the window.
+    virtual void removeFiles();
+    void openFiles(const QStringList &paths);
+
+    QStringList sortedCameras() const;
+    const std::vector<KVImageFileRef> &cameraImagesWithIndex(int index) const;
+
+    // Answers to the camera browser.
+    int numberOfCamerasInBrowser() const;
+    QString nameForCameraWithIndex(int index) const;
+    QString toolTipForCameraWithIndex(int index) const;
+    const std::vector<KVImageFileRef> &imagesForCameraWithIndex(int index) const;
+
+    QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override;
+    void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;
+
+    virtual void chooseWhatToShowOnDisplay();
+    virtual void unlockUI();
+    virtual void showNotAddedFiles(const QList<QVariantMap> &records);
+    virtual bool isProcessingPathes() const;
+
+protected:
+    KVUserInterface *userInterface() const { return m_ui; }
+    void lockUI();
+    void addObserverForImageFiles(const KVCameraSetsRef &imageFiles);
+    void removeObserverForImageFiles(const KVCameraSetsRef &imageFiles);
+    // A model operation finished: its result replaces the camera sets, on the main thread.
+    void installResult(const KVModelResult &result);
+    void runModelOperation(std::function<KVModelResult()> work);
+    // Runs work on the main thread later, unless this object is gone by then.
+    void dispatchMain(std::function<void()> work);
+
+private:
+    static QList<QUrl> directoryContents(const QUrl &directory);
+    void walk(const QList<QUrl> &urls, QList<QUrl> &files);
+
+    KVUserInterface *m_ui;
+    std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
+    KVCameraSetsRef m_imageFiles;
+    QStringList m_supportedFileTypes;
+    bool m_supportedFileTypesKnown = false;
+    std::unique_ptr<KVBaseOperationQueue> m_queue;
+    std::mutex m_operationsMutex;
+    std::vector<std::shared_ptr<KVInvocationOperation>> m_modelOperations;
+};

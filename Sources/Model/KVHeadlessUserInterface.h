@@ -1,0 +1,67 @@
+#pragma once
+
+#include "KVUserInterface.h"
+
+#include <QList>
+
+#include <deque>
+#include <mutex>
+
+// A window without pixels: remembers what it was asked to show, and answers alerts as told.
+class KVHeadlessUserInterface : public KVUserInterface {
+public:
+    struct Alert {
+        QString title;
+        QString text;
+        QStringList buttons;
+    };
+    struct FileReport {
+        FileReportType type;
+        QList<QVariantMap> records;
+    };
+
+    void addLockView() override;
+    void removeLockView() override;
+    bool isCloseButtonEnabled() const override;
+    void setCloseButtonEnabled(bool enabled) override;
+    void setStartViewShown(bool shown) override;
+    void reloadBrowser() override;
+    void displayString(const QString &text) override;
+    void displayImageFile(const KVImageFileRef &file) override;
+    void displaySyncProcess() override;
+    void showFileReport(FileReportType type, const QList<QVariantMap> &records) override;
+    void closeManualDatePopover() override;
+    int runAlert(const QString &title, const QString &text, const QStringList &buttons) override;
+
+    // Answers for the next alerts, in order; an alert with no answer left gets button 0.
+    void queueAlertAnswer(int button);
+
+    bool isLocked() const;
+    bool isStartViewShown() const;
+    int browserReloadCount() const;
+    QString displayedText() const;
+    KVImageFileRef displayedImageFile() const;
+    bool isShowingSyncProcess() const;
+    QList<Alert> alerts() const;
+    QList<FileReport> fileReports() const;
+    int popoverCloseCount() const;
+    // Every call, in order, by name: "lock", "unlock", "startView:1", "reload", "display:<text>"...
+    QStringList calls() const;
+
+private:
+    void record(const QString &call);
+
+    mutable std::mutex m_mutex;
+    bool m_locked = false;
+    bool m_closeButtonEnabled = true;
+    bool m_startViewShown = true;
+    int m_reloads = 0;
+    QString m_displayedText;
+    KVImageFileRef m_displayedImageFile;
+    bool m_showingSyncProcess = false;
+    QList<Alert> m_alerts;
+    QList<FileReport> m_reports;
+    int m_popoverCloses = 0;
+    std::deque<int> m_answers;
+    QStringList m_calls;
+};

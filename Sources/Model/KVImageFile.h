@@ -1,0 +1,98 @@
+#pragma once
+
+#include "KVFilePresenter.h"
+#include "KVImageDataSource.h"
+#include "KVObservable.h"
+#include "KVThumbnail.h"
+
+#include <QVariantMap>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+class KVImageFile;
+using KVImageFileRef = std::shared_ptr<KVImageFile>;
+
+// The record of one photo file: its location, the few metadata values the program needs, a
+// cached thumbnail and the display state. A record made from a date alone has no file and
+// stands for the base date and time set by hand.
+// Observable keys: "imageState", "url".
+class KVImageFile : public KVObservable,
+                    public KVImageDataSource,
+                    public KVFilePresenter,
+                    public std::enable_shared_from_this<KVImageFile> {
+public:
+    // Null when the file has no readable capture date.
+    static KVImageFileRef initWithURL(const QUrl &url);
+    static KVImageFileRef initWithDate(const QDateTime &date);
+    ~KVImageFile() override;
+
+    // The metadata dictionary (keys of KVImagePropertyKey; the date is a QDateTime stored under
+    // the DateTimeOriginal key whichever tag it came from). Null for a null URL, empty when
+    // nothing could be read.
+    static std::optional<QVariantMap> exifFromURL(const QUrl &url);
+
+    // Who is told, on the main thread, that a photo went to the Trash. Set once at launch.
+    static void setRemovalHandler(std::function<void(const KVImageFileRef &)> handler);
+
+    // Equality is by URL: two records of one file are one photo. Records without a URL (set by
+    // hand) equal only themselves.
+    bool isEqual(const KVImageFile &other) const;
+    size_t hash() const;
+
+    QUrl url() const override;
+    void setUrl(const QUrl &url);
+    QString path() const;
+    QString name() const override;
+    QVariantMap exif() const;
+    void setExif(const QVariantMap &exif);
+
+    QDateTime creationDate() const override;
+    QString camera() const;
+    QString model() const;
+    QString serialNumber() const;
+    QString fullCameraName() const;
+    QString cameraName() const override;
+
+    QImage image() const override;
+    QImage thumbnail() override;
+    // The compressed thumbnail behind thumbnail(), made on first use.
+    KVThumbnail thumbnailData();
+    KVThumbnail newThumbnail() const;
+
+    KVImageState imageState() const override { return m_imageState.load(); }
+    void setImageState(KVImageState state) override;
+
+    // Whoever changes the record or its file holds this lock.
+    std::recursive_mutex &lock() const { return m_lock; }
+
+    // Writes the new capture date into the file through the external tool.
+    void setCreationDate(const QDateTime &date, bool *isSucceed);
+
+    // KVFilePresenter
+    QString presentedItemPath() const override { return path(); }
+    void presentedItemDidMoveToPath(const QString &newPath) override;
+
+private:
+    KVImageFile() = default;
+
+    mutable std::mutex m_propertyMutex;
+    QString m_path; // empty for a record set by hand
+    QVariantMap m_exif;
+    KVThumbnail m_thumbnail;
+    bool m_registered = false;
+    std::atomic<KVImageState> m_imageState{KVImageStateNormal};
+    mutable std::recursive_mutex m_lock;
+};
+
+struct KVImageFileHash {
+    size_t operator()(const KVImageFileRef &file) const { return file ? file->hash() : 0; }
+};
+struct KVImageFileEqual {
+    bool operator()(const KVImageFileRef &a, const KVImageFileRef &b) const {
+        return a == b || (a && b && a->isEqual(*b));
+    }
+};

@@ -1,0 +1,39 @@
+#include "KVCommandLine.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFileInfo>
+
+KVCommandLine::KVCommandLine()
+    : m_model(&m_ui) {
+}
+
+void KVCommandLine::addPaths(const QStringList &paths) {
+    QStringList absolute;
+    for (const QString &path : paths)
+        absolute << QFileInfo(path).absoluteFilePath();
+    const int reloadsBefore = m_ui.browserReloadCount();
+    m_model.openFiles(absolute);
+    // The result is installed on this thread, so the loop only has to run until it arrives;
+    // the report of refused files is queued just before it.
+    while (m_ui.browserReloadCount() == reloadsBefore)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCoreApplication::processEvents();
+}
+
+QList<QVariantMap> KVCommandLine::refusedFiles() const {
+    QList<QVariantMap> refused;
+    for (const auto &report : m_ui.fileReports()) {
+        if (report.type == KVUserInterface::NotAddedFiles)
+            refused += report.records;
+    }
+    return refused;
+}
+
+QString KVCommandLine::dateText(const QDateTime &date) {
+    return date.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+}
+
+void KVCommandLine::print(std::FILE *stream, const QString &text) {
+    std::fputs(text.toUtf8().constData(), stream);
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "KVCameraSets.h"
+#include "KVHeadlessUserInterface.h"
+
+#include <QStringList>
+
+#include <cstdio>
+
+// Shared ground of the command-line front end: photos are added through the same model code as
+// in the window, with a window that has no pixels.
+class KVCommandLine {
+public:
+    KVCommandLine();
+
+    KVCameraSets &model() { return m_model; }
+    KVHeadlessUserInterface &userInterface() { return m_ui; }
+
+    // Adds the paths and runs the event loop until the model has installed the result.
+    void addPaths(const QStringList &paths);
+    // Not-added records of the last add.
+    QList<QVariantMap> refusedFiles() const;
+
+    static QString dateText(const QDateTime &date);
+    static void print(std::FILE *stream, const QString &text);
+
+private:
+    KVHeadlessUserInterface m_ui;
+    KVCameraSets m_model;
+};
+
+int KVRunListCommand(const QStringList &arguments);
+int KVRunShiftCommand(const QStringList &arguments);

@@ -1,0 +1,239 @@
+#include "KVCameraSets.h"
+
+#include "KVHeadlessUserInterface.h"
+#include "KVTestExif.h"
+#include "KVTestSupport.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class KVCameraSetsTest : public ::testing::Test {
+protected:
+    KVCameraSetsTest()
+        : m_model(&m_ui) {}
+
+    // Adds through the same entry as a drop, and waits for the result to be installed.
+    void add(const QStringList &paths) {
+        const int reloads = m_ui.browserReloadCount();
+        m_model.openFiles(paths);
+        ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.browserReloadCount() > reloads; }));
+        // The refusal report is queued just before the installation.
+        QCoreApplication::processEvents();
+    }
+
+    QMap<QString, QString> refusals() const {
+        QMap<QString, QString> reasons;
+        for (const auto &report : m_ui.fileReports()) {
+            for (const QVariantMap &record : report.records) {
+                EXPECT_EQ(record.value("name").toString(),
+                          QFileInfo(record.value("path").toString()).fileName());
+                reasons.insert(record.value("name").toString(), record.value("error").toString());
+            }
+        }
+        return reasons;
+    }
+
+    QStringList paths(int camera) const {
+        QStringList list;
+        for (const KVImageFileRef &file : m_model.imagesForCameraWithIndex(camera))
+            list << QFileInfo(file->path()).fileName();
+        return list;
+    }
+
+    KVHeadlessUserInterface m_ui;
+    KVCameraSets m_model;
+    QTemporaryDir m_folder;
+};
+
+} // namespace
+
+TEST_F(KVCameraSetsTest, FolderWalkFilesPhotosByCameraAndReportsEveryRefusedFile) {
+    const QString root = m_folder.path() + "/event";
+    KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"}, root);
+    KVTest::copySamples({"cameras/Sony_HDR-HC3.jpg", "cameras/PaintTool_sample.jpg"},
+                        root + "/deeper/still deeper");
+    KVTest::copySamples({"cameras/Pentax_K10D.jpg"}, root + "/.hidden");
+    KVTest::copySamples({"cameras/Olympus_C8080WZ.jpg"}, root);
+    QFile::rename(root + "/Olympus_C8080WZ.jpg", root + "/.secret.jpg");
+    QFile notes(root + "/notes.txt");
+    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+    notes.write("not a photo");
+    notes.close();
+    // A link to a folder is not entered, so a loop of links cannot trap the walk.
+    ASSERT_TRUE(QFile::link(root, root + "/deeper/loop"));
+
+    add({root});
+
+    EXPECT_EQ(m_model.sortedCameras(),
+              QStringList({"Canon Canon EOS 40D", "NIKON CORPORATION NIKON D70", "SONY HDR-HC3"}));
+    EXPECT_EQ(m_model.numberOfCamerasInBrowser(), 3);
+    const QMap<QString, QString> reasons = refusals();
+    EXPECT_EQ(reasons.value("notes.txt"), "Unsupported file format.");
+    EXPECT_EQ(reasons.value("PaintTool_sample.jpg"), "No EXIF date and camera found.");
+    EXPECT_EQ(reasons.value("loop"), "Unsupported file format.");
+    EXPECT_FALSE(reasons.contains("Pentax_K10D.jpg"));
+    EXPECT_FALSE(reasons.contains(".secret.jpg"));
+    EXPECT_FALSE(reasons.contains("deeper"));
+    EXPECT_EQ(reasons.size(), 3);
+
+    EXPECT_FALSE(m_ui.isLocked());
+    EXPECT_FALSE(m_ui.isStartViewShown());
+    EXPECT_EQ(m_ui.calls().mid(0, 3),
+              QStringList({"lock", "startView:0", "display:Adding photos…"}));
+    EXPECT_EQ(m_ui.displayedText(),
+              "Double-click a photo that\nhas correct time and date information\nor set \"base\" "
+              "time and date manually");
+}
+
+TEST_F(KVCameraSetsTest, AddingAgainKeepsLoadedPhotosAndSkipsDuplicatesSilently) {
+    const QStringList first =
+        KVTest::copySamples({"cameras/Canon_40D.jpg"}, m_folder.path() + "/a");
+    add(first);
+    EXPECT_EQ(m_ui.displayedText(),
+              "Add photos taken with another camera\nor set \"base\" time and date manually");
+    const KVImageFileRef loaded = m_model.imagesForCameraWithIndex(0).at(0);
+
+    const QStringList second = KVTest::copySamples(
+        {"cameras/Canon_40D.jpg", "cameras/Sony_HDR-HC3.jpg"}, m_folder.path() + "/b");
+    add(first + second + first);
+
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 2);
+    EXPECT_EQ(m_model.imagesForCameraWithIndex(0).size(), 2u);
+    EXPECT_EQ(m_model.imagesForCameraWithIndex(1).size(), 1u);
+    // The record already shown stays the same object.
+    EXPECT_EQ(m_model.imagesForCameraWithIndex(0).at(0), loaded);
+    EXPECT_TRUE(refusals().isEmpty());
+}
+
+TEST_F(KVCameraSetsTest, PhotosAreOrderedByDateThenPathAndCamerasByRawKey) {
+    const QString folder = m_folder.path();
+    const QStringList copies = KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder);
+    ASSERT_EQ(copies.size(), 1);
+    struct Photo {
+        const char *name;
+        const char *make;
+        const char *date;
+    } photos[] = {
+        {"c.jpg", "acme", "2020:01:01 10:00:00"},     {"b.jpg", "acme", "2020:01:01 10:00:00"},
+        {"a.jpg", "acme", "2020:01:01 10:00:01"},     {"z.jpg", "acme", "2019:12:31 23:59:59"},
+        {"upper.jpg", "ACME", "2020:01:01 10:00:00"}, {"none.jpg", "", "2020:01:01 10:00:00"},
+    };
+    for (const Photo &photo : photos) {
+        const QString path = folder + "/" + photo.name;
+        ASSERT_TRUE(QFile::copy(copies[0], path));
+        ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Image.Make", photo.make},
+                                             {"Exif.Image.Model", "X1"},
+                                             {"Exif.Photo.DateTimeOriginal", photo.date}}));
+    }
+    QFile::remove(copies[0]);
+    add({folder});
+
+    // Upper case sorts before lower case in the plain order.
+    EXPECT_EQ(m_model.sortedCameras(), QStringList({"ACME X1", "X1", "acme X1"}));
+    EXPECT_EQ(paths(2), QStringList({"z.jpg", "b.jpg", "c.jpg", "a.jpg"}));
+    EXPECT_EQ(m_model.nameForCameraWithIndex(0), "ACME X1");
+    EXPECT_EQ(m_model.toolTipForCameraWithIndex(0), "X1\nACME");
+    EXPECT_EQ(m_model.toolTipForCameraWithIndex(1), "X1");
+}
+
+TEST_F(KVCameraSetsTest, UnknownExtensionsAreTriedOnlyWhenWrittenInLowerCase) {
+    const QString folder = m_folder.path();
+    const QString source = KVTest::samplePath("cameras/Canon_40D.jpg");
+    // .mos has no type of its own here, so it gets a dynamic identifier.
+    ASSERT_TRUE(QFile::copy(source, folder + "/lower.mos"));
+    ASSERT_TRUE(QFile::copy(source, folder + "/upper.MOS"));
+    ASSERT_TRUE(QFile::copy(source, folder + "/known.JPG"));
+    ASSERT_TRUE(QFile::copy(source, folder + "/unlisted.xyz"));
+    add({folder});
+
+    EXPECT_EQ(paths(0), QStringList({"known.JPG", "lower.mos"}));
+    const QMap<QString, QString> reasons = refusals();
+    EXPECT_EQ(reasons.value("upper.MOS"), "Unsupported file format.");
+    EXPECT_EQ(reasons.value("unlisted.xyz"), "Unsupported file format.");
+    EXPECT_EQ(reasons.size(), 2);
+}
+
+TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash) {
+    add({KVTest::samplePath("broken"), KVTest::samplePath("raw"), KVTest::samplePath("tiff")});
+    const QMap<QString, QString> reasons = refusals();
+    const QStringList valid = {"Unsupported file format.", "No EXIF date and camera found.",
+                               "No EXIF thumbnail found."};
+    for (auto it = reasons.begin(); it != reasons.end(); ++it) {
+        SCOPED_TRACE(it.key().toStdString());
+        EXPECT_TRUE(valid.contains(it.value()));
+    }
+    int files = 0;
+    for (const char *folder : {"broken", "raw", "tiff"})
+        files += QDir(KVTest::samplePath(folder)).entryList(QDir::Files).size();
+    int loaded = 0;
+    for (int i = 0; i < m_model.numberOfCamerasInBrowser(); ++i) {
+        for (const KVImageFileRef &file : m_model.imagesForCameraWithIndex(i)) {
+            ++loaded;
+            EXPECT_TRUE(file->creationDate().isValid());
+            EXPECT_FALSE(file->thumbnail().isNull());
+        }
+    }
+    // Every file is accounted for: loaded or refused with a reason.
+    EXPECT_EQ(loaded + reasons.size(), files);
+    // Damaged picture data with intact metadata still makes a photo; the rest is refused by
+    // the first thing missing.
+    EXPECT_FALSE(reasons.contains("corrupted.jpg"));
+    EXPECT_EQ(reasons.value("image01137.jpg"), "No EXIF date and camera found.");
+    EXPECT_EQ(reasons.value("CanonRaw.cr2"), "No EXIF thumbnail found.");
+    EXPECT_EQ(reasons.value("Red.r3d"), "No EXIF date and camera found.");
+}
+
+TEST_F(KVCameraSetsTest, ReloadDropsTrashedAndDeletedPhotosAndEmptiedCameras) {
+    const QStringList copies = KVTest::copySamples(
+        {"cameras/Canon_40D.jpg", "cameras/Canon_PowerShot_S40.jpg", "cameras/Sony_HDR-HC3.jpg"},
+        m_folder.path());
+    add(copies);
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 3);
+    KVImageFileRef sony = m_model.imagesForCameraWithIndex(2).at(0);
+    sony->setImageState(KVImageStateRemoved);
+    ASSERT_TRUE(QFile::remove(copies[0]));
+
+    const int reloads = m_ui.browserReloadCount();
+    m_model.reloadModel();
+    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.browserReloadCount() > reloads; }));
+    EXPECT_EQ(m_model.sortedCameras(), QStringList({"Canon Canon PowerShot S40"}));
+    EXPECT_FALSE(m_ui.isLocked());
+}
+
+TEST_F(KVCameraSetsTest, RemovingAllShowsTheStartViewAgain) {
+    add(KVTest::copySamples({"cameras/Canon_40D.jpg"}, m_folder.path()));
+    const KVImageFileRef file = m_model.imagesForCameraWithIndex(0).at(0);
+    m_model.removeFiles();
+    EXPECT_EQ(m_model.numberOfCamerasInBrowser(), 0);
+    EXPECT_TRUE(m_ui.isStartViewShown());
+    EXPECT_EQ(m_ui.displayedText(), "No photos to sync");
+    EXPECT_EQ(m_ui.popoverCloseCount(), 1);
+    // The model no longer follows the photo it let go of.
+    EXPECT_FALSE(file->hasObserver(&m_model, "imageState"));
+}
+
+TEST_F(KVCameraSetsTest, InstalledPhotosAreObservedAndStateChangesAnnounceAvailability) {
+    class Watcher : public KVObserver {
+    public:
+        void observeValueForKeyPath(const QString &keyPath, KVObservable *) override {
+            keys << keyPath;
+        }
+        QStringList keys;
+    } watcher;
+    m_model.addObserver(&watcher, "isSynchronizationPossible");
+    m_model.addObserver(&watcher, "isManualSetEnable");
+    add(KVTest::copySamples({"cameras/Canon_40D.jpg"}, m_folder.path()));
+    EXPECT_TRUE(watcher.keys.contains("isSynchronizationPossible"));
+    EXPECT_TRUE(watcher.keys.contains("isManualSetEnable"));
+    watcher.keys.clear();
+    m_model.imagesForCameraWithIndex(0).at(0)->setImageState(KVImageStateEtalon);
+    EXPECT_EQ(watcher.keys, QStringList({"isSynchronizationPossible"}));
+    m_model.removeObserver(&watcher);
+}

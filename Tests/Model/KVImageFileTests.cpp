@@ -1,0 +1,259 @@
+#include "KVImageFile.h"
+
+#include "KVDispatch.h"
+#include "KVImageSource.h"
+#include "KVTestExif.h"
+#include "KVTestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace {
+
+KVImageFileRef recordOf(const QString &path) {
+    return KVImageFile::initWithURL(QUrl::fromLocalFile(path));
+}
+
+struct CameraCase {
+    const char *sample;
+    const char *key;
+    const char *name;
+};
+
+} // namespace
+
+TEST(KVImageFile, CameraIdentityOfRealCameras) {
+    const CameraCase cases[] = {
+        {"cameras/Canon_40D.jpg", "Canon Canon EOS 40D", "Canon EOS 40D"},
+        // Trailing blanks of the stored strings never reach the key or the name.
+        {"cameras/Fujifilm_FinePix_E500.jpg", "FUJIFILM FinePix E500", "FUJIFILM FinePix E500"},
+        {"cameras/Pentax_K10D.jpg", "PENTAX Corporation PENTAX K10D", "PENTAX K10D"},
+        {"cameras/Konica_Minolta_DiMAGE_Z3.jpg", "KONICA MINOLTA DiMAGE Z3",
+         "KONICA MINOLTA DiMAGE Z3"},
+        {"cameras/Kodak_CX7530.jpg", "EASTMAN KODAK COMPANY KODAK CX7530 ZOOM DIGITAL CAMERA",
+         "KODAK CX7530 ZOOM DIGITAL CAMERA"},
+        {"cameras/Ricoh_Caplio_RR330.jpg", "Caplio RR330", "Caplio RR330"},
+        {"cameras/Samsung_Digimax_i50_MP3.jpg", "Samsung Techwin <Digimax i50 MP3, Samsung #1 MP3>",
+         "<Digimax i50 MP3, Samsung #1 MP3>"},
+        {"cameras/Olympus_C8080WZ.jpg", "OLYMPUS CORPORATION C8080WZ",
+         "OLYMPUS CORPORATION C8080WZ"},
+    };
+    for (const CameraCase &c : cases) {
+        SCOPED_TRACE(c.sample);
+        const KVImageFileRef file = recordOf(KVTest::samplePath(QString::fromLatin1(c.sample)));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->fullCameraName(), QString::fromUtf8(c.key));
+        EXPECT_EQ(file->cameraName(), QString::fromUtf8(c.name));
+    }
+
+    const KVImageFileRef fuji = recordOf(KVTest::samplePath("cameras/Fujifilm_FinePix_E500.jpg"));
+    EXPECT_EQ(fuji->exif().value("Model").toString(), "FinePix E500   ");
+    EXPECT_EQ(fuji->model(), "FinePix E500");
+    EXPECT_EQ(fuji->creationDate(), QDateTime(QDate(2006, 8, 17), QTime(9, 24, 48)));
+}
+
+TEST(KVImageFile, IdentityRulesForEveryCombinationOfMakeModelAndSerial) {
+    struct Case {
+        const char *make;
+        const char *model;
+        const char *serial;
+        const char *key;
+        const char *name;
+    } cases[] = {
+        {"ACME", "ACME X1", "4711", "ACME ACME X1 4711", "ACME X1"},
+        {"ACME CORP.", "ACME Z9", "", "ACME CORP. ACME Z9", "ACME Z9"},
+        {"Vexlo", "Pro 2", "88", "Vexlo Pro 2 88", "Vexlo Pro 2"},
+        {"acme", "ACME X1", "", "acme ACME X1", "ACME X1"},
+        {"", "Pro 2", "88", "Pro 2 88", "Pro 2"},
+        {"Vexlo", "", "", "Vexlo No Name", "Vexlo No Name"},
+        {"", "", "", "No Name", "No Name"},
+        // A substring, not a whole word, is enough to leave the make out.
+        {"Can", "Canon EOS", "", "Can Canon EOS", "Canon EOS"},
+        {"Vexlo\tLabs", "Labster 3", "  12 \n", "Vexlo\tLabs Labster 3 12", "Labster 3"},
+    };
+    QTemporaryDir folder;
+    const QStringList copies = KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder.path());
+    ASSERT_EQ(copies.size(), 1);
+    for (const Case &c : cases) {
+        SCOPED_TRACE(std::string(c.key));
+        ASSERT_TRUE(KVTest::writeExif(copies[0], {{"Exif.Image.Make", c.make},
+                                                  {"Exif.Image.Model", c.model},
+                                                  {"Exif.Photo.BodySerialNumber", c.serial}}));
+        const KVImageFileRef file = recordOf(copies[0]);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->fullCameraName(), QString::fromUtf8(c.key));
+        EXPECT_EQ(file->cameraName(), QString::fromUtf8(c.name));
+    }
+}
+
+TEST(KVImageFile, DateComesFromOriginalThenDigitizedAndNeverFromElsewhere) {
+    QTemporaryDir folder;
+    const QString path = KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder.path()).value(0);
+
+    ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Photo.DateTimeOriginal", "2011:02:03 04:05:06"},
+                                         {"Exif.Photo.DateTimeDigitized", "2012:01:01 00:00:00"}}));
+    EXPECT_EQ(recordOf(path)->creationDate(), QDateTime(QDate(2011, 2, 3), QTime(4, 5, 6)));
+
+    ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Photo.DateTimeOriginal", ""}}));
+    const KVImageFileRef digitized = recordOf(path);
+    ASSERT_TRUE(digitized);
+    EXPECT_EQ(digitized->creationDate(), QDateTime(QDate(2012, 1, 1), QTime(0, 0)));
+    EXPECT_TRUE(digitized->exif().contains("DateTimeOriginal"));
+    EXPECT_FALSE(digitized->exif().contains("DateTimeDigitized"));
+
+    // Make and model alone do not make a photo.
+    ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Photo.DateTimeDigitized", ""}}));
+    EXPECT_FALSE(recordOf(path));
+    const std::optional<QVariantMap> exif = KVImageFile::exifFromURL(QUrl::fromLocalFile(path));
+    ASSERT_TRUE(exif);
+    EXPECT_EQ(exif->value("Make").toString(), "Canon");
+
+    for (const char *bad :
+         {"2011:13:03 04:05:06", "0000:00:00 00:00:00", "yesterday", "2011-02-03 04:05:06"}) {
+        SCOPED_TRACE(bad);
+        ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Photo.DateTimeOriginal", bad}}));
+        EXPECT_FALSE(recordOf(path));
+    }
+}
+
+TEST(KVImageFile, DatesAreReadAsLocalWallClockTime) {
+    // Tests run in Europe/Berlin: a summer date is two hours ahead of UTC.
+    const KVImageFileRef file = recordOf(KVTest::samplePath("cameras/Canon_40D.jpg"));
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->creationDate().toUTC(),
+              QDateTime(QDate(2008, 5, 30), QTime(13, 56, 1), Qt::UTC));
+}
+
+TEST(KVImageFile, FilesWithoutAnyUsableDateGiveNoRecord) {
+    for (const char *sample : {"cameras/PaintTool_sample.jpg", "cameras/long_description.jpg",
+                               "cameras/Canon_40D_photoshop_import.jpg", "broken/image01137.jpg",
+                               "README.md", "does/not/exist.jpg"}) {
+        SCOPED_TRACE(sample);
+        EXPECT_FALSE(recordOf(KVTest::samplePath(sample)));
+    }
+    EXPECT_FALSE(KVImageFile::exifFromURL(QUrl()));
+    const std::optional<QVariantMap> missing =
+        KVImageFile::exifFromURL(QUrl::fromLocalFile("/nonexistent/x.jpg"));
+    ASSERT_TRUE(missing);
+    EXPECT_TRUE(missing->isEmpty());
+}
+
+TEST(KVImageFile, HandSetRecordStandsForADateOnly) {
+    const QDateTime date(QDate(2020, 6, 1), QTime(12, 0));
+    const KVImageFileRef manual = KVImageFile::initWithDate(date);
+    const KVImageFileRef other = KVImageFile::initWithDate(date);
+    EXPECT_EQ(manual->creationDate(), date);
+    EXPECT_EQ(manual->cameraName(), "Time is set manually");
+    EXPECT_EQ(manual->fullCameraName(), "No Name");
+    EXPECT_TRUE(manual->path().isNull());
+    EXPECT_TRUE(manual->name().isNull());
+    EXPECT_TRUE(manual->thumbnail().isNull());
+    EXPECT_TRUE(manual->isEqual(*manual));
+    EXPECT_FALSE(manual->isEqual(*other));
+}
+
+TEST(KVImageFile, RecordsOfOneFileAreEqualAndHashAlike) {
+    const QString path = KVTest::samplePath("cameras/Nikon_D70.jpg");
+    const KVImageFileRef a = recordOf(path);
+    const KVImageFileRef b = recordOf(path);
+    const KVImageFileRef c = recordOf(KVTest::samplePath("cameras/Sony_HDR-HC3.jpg"));
+    ASSERT_TRUE(a && b && c);
+    EXPECT_TRUE(a->isEqual(*b));
+    EXPECT_EQ(a->hash(), b->hash());
+    EXPECT_FALSE(a->isEqual(*c));
+    EXPECT_EQ(a->name(), "Nikon_D70.jpg");
+}
+
+TEST(KVImageFile, ThumbnailIsSmallUprightAndCached) {
+    const KVImageFileRef file = recordOf(KVTest::samplePath("cameras/Canon_40D.jpg"));
+    ASSERT_TRUE(file);
+    const QImage thumbnail = file->thumbnail();
+    ASSERT_FALSE(thumbnail.isNull());
+    EXPECT_LE(std::max(thumbnail.width(), thumbnail.height()), 256);
+    EXPECT_GT(thumbnail.width(), thumbnail.height());
+    const KVThumbnail first = file->thumbnailData();
+    EXPECT_EQ(first.encodedSize(), file->thumbnailData().encodedSize());
+}
+
+class KVImageFilePresenterTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(m_home.isValid());
+        m_savedDataHome = qgetenv("XDG_DATA_HOME");
+        qputenv("XDG_DATA_HOME", m_home.path().toUtf8());
+        ASSERT_TRUE(QDir().mkpath(m_home.path() + "/Trash/files"));
+        m_photos = m_home.path() + "/photos";
+        ASSERT_TRUE(QDir().mkpath(m_photos));
+    }
+    void TearDown() override {
+        KVImageFile::setRemovalHandler(nullptr);
+        qputenv("XDG_DATA_HOME", m_savedDataHome);
+    }
+
+    QTemporaryDir m_home;
+    QByteArray m_savedDataHome;
+    QString m_photos;
+};
+
+class UrlWatcher : public KVObserver {
+public:
+    void observeValueForKeyPath(const QString &keyPath, KVObservable *) override {
+        if (keyPath == "url")
+            ++changes;
+    }
+    std::atomic<int> changes{0};
+};
+
+TEST_F(KVImageFilePresenterTest, RenameIsFollowedAndTrashIsReportedOnceOnTheMainThread) {
+    const QString path = KVTest::copySamples({"cameras/Canon_40D.jpg"}, m_photos).value(0);
+    const KVImageFileRef file = recordOf(path);
+    ASSERT_TRUE(file);
+    file->setImageState(KVImageStateSelected);
+    UrlWatcher watcher;
+    file->addObserver(&watcher, "url");
+
+    std::atomic<int> removals{0};
+    std::atomic<bool> onMainThread{false};
+    KVImageFile::setRemovalHandler([&](const KVImageFileRef &removed) {
+        if (removed == file)
+            ++removals;
+        onMainThread = KVIsMainThread();
+    });
+
+    const QString renamed = m_photos + "/renamed.jpg";
+    ASSERT_TRUE(QFile::rename(path, renamed));
+    ASSERT_TRUE(KVTest::waitFor([&] { return file->path() == renamed; }));
+    EXPECT_EQ(file->imageState(), KVImageStateSelected);
+    EXPECT_EQ(watcher.changes.load(), 1);
+
+    const QString trashed = m_home.path() + "/Trash/files/renamed.jpg";
+    ASSERT_TRUE(QFile::rename(renamed, trashed));
+    ASSERT_TRUE(KVTest::waitFor([&] { return removals.load() == 1; }));
+    EXPECT_EQ(file->imageState(), KVImageStateRemoved);
+    EXPECT_EQ(file->path(), renamed);
+    EXPECT_TRUE(onMainThread.load());
+
+    // Unregistered after the report: bringing it back and trashing it again tells nobody.
+    ASSERT_TRUE(QFile::rename(trashed, renamed));
+    ASSERT_TRUE(QFile::rename(renamed, trashed));
+    EXPECT_FALSE(
+        KVTest::waitFor([&] { return removals.load() > 1; }, std::chrono::milliseconds(500)));
+    file->removeObserver(&watcher);
+}
+
+TEST_F(KVImageFilePresenterTest, WithoutAListenerTrashedRecordKeepsFollowing) {
+    const QString path = KVTest::copySamples({"cameras/Nikon_D70.jpg"}, m_photos).value(0);
+    const KVImageFileRef file = recordOf(path);
+    ASSERT_TRUE(file);
+    const QString trashed = m_home.path() + "/Trash/files/Nikon_D70.jpg";
+    ASSERT_TRUE(QFile::rename(path, trashed));
+    ASSERT_TRUE(KVTest::waitFor([&] { return file->imageState() == KVImageStateRemoved; }));
+    // The location is left as it was; only the state tells that the photo is gone.
+    EXPECT_EQ(file->path(), path);
+}
