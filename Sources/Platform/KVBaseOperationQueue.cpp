@@ -3,12 +3,10 @@
 #include <algorithm>
 
 KVBaseOperationQueue::KVBaseOperationQueue()
-    : m_maxConcurrent(activeProcessorCount())
-{
+    : m_maxConcurrent(activeProcessorCount()) {
 }
 
-KVBaseOperationQueue::~KVBaseOperationQueue()
-{
+KVBaseOperationQueue::~KVBaseOperationQueue() {
     {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
@@ -23,13 +21,11 @@ KVBaseOperationQueue::~KVBaseOperationQueue()
         worker.join();
 }
 
-int KVBaseOperationQueue::activeProcessorCount()
-{
+int KVBaseOperationQueue::activeProcessorCount() {
     return std::max(1u, std::thread::hardware_concurrency());
 }
 
-void KVBaseOperationQueue::addOperation(const KVOperationRef &operation)
-{
+void KVBaseOperationQueue::addOperation(const KVOperationRef &operation) {
     if (!operation)
         return;
     {
@@ -41,8 +37,7 @@ void KVBaseOperationQueue::addOperation(const KVOperationRef &operation)
     didChangeValueForKey(QStringLiteral("operationCount"));
 }
 
-void KVBaseOperationQueue::growWorkersLocked()
-{
+void KVBaseOperationQueue::growWorkersLocked() {
     // Workers are made lazily: a queue that never runs anything costs no thread.
     while (static_cast<int>(m_workers.size()) < m_maxConcurrent &&
            static_cast<int>(m_pending.size()) > m_idleWorkers) {
@@ -51,8 +46,7 @@ void KVBaseOperationQueue::growWorkersLocked()
     }
 }
 
-void KVBaseOperationQueue::workerLoop()
-{
+void KVBaseOperationQueue::workerLoop() {
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_workCondition.wait(lock, [this] {
@@ -84,8 +78,7 @@ void KVBaseOperationQueue::workerLoop()
     }
 }
 
-void KVBaseOperationQueue::setMaxConcurrentOperationCount(int count)
-{
+void KVBaseOperationQueue::setMaxConcurrentOperationCount(int count) {
     {
         std::lock_guard lock(m_mutex);
         m_maxConcurrent = std::max(1, count);
@@ -94,14 +87,12 @@ void KVBaseOperationQueue::setMaxConcurrentOperationCount(int count)
     m_workCondition.notify_all();
 }
 
-int KVBaseOperationQueue::maxConcurrentOperationCount() const
-{
+int KVBaseOperationQueue::maxConcurrentOperationCount() const {
     std::lock_guard lock(m_mutex);
     return m_maxConcurrent;
 }
 
-void KVBaseOperationQueue::setSuspended(bool suspended)
-{
+void KVBaseOperationQueue::setSuspended(bool suspended) {
     {
         std::lock_guard lock(m_mutex);
         m_suspended = suspended;
@@ -109,14 +100,12 @@ void KVBaseOperationQueue::setSuspended(bool suspended)
     m_workCondition.notify_all();
 }
 
-bool KVBaseOperationQueue::isSuspended() const
-{
+bool KVBaseOperationQueue::isSuspended() const {
     std::lock_guard lock(m_mutex);
     return m_suspended;
 }
 
-void KVBaseOperationQueue::cancelAllOperations()
-{
+void KVBaseOperationQueue::cancelAllOperations() {
     std::lock_guard lock(m_mutex);
     for (const auto &operation : m_pending)
         operation->cancel();
@@ -124,14 +113,12 @@ void KVBaseOperationQueue::cancelAllOperations()
         operation->cancel();
 }
 
-void KVBaseOperationQueue::waitUntilAllOperationsAreFinished()
-{
+void KVBaseOperationQueue::waitUntilAllOperationsAreFinished() {
     std::unique_lock lock(m_mutex);
     m_idleCondition.wait(lock, [this] { return m_pending.empty() && m_running.empty(); });
 }
 
-int KVBaseOperationQueue::operationCount() const
-{
+int KVBaseOperationQueue::operationCount() const {
     std::lock_guard lock(m_mutex);
     return static_cast<int>(m_pending.size() + m_running.size());
 }

@@ -18,6 +18,8 @@ using KVImageProperties = QVariantMap;
 
 // Reads photo files: Exiv2 for metadata and embedded previews, LibRaw for the raw files Exiv2
 // cannot open, QImageReader for decoding. Every third-party failure is caught here.
+// The file is opened once, at creation, and the metadata read once, on first need. One source
+// belongs to one thread at a time; sources on different threads are independent.
 class KVImageSource {
 public:
     ~KVImageSource();
@@ -30,7 +32,9 @@ public:
     static const QString exifDictionaryKey; // "{Exif}"
     static const QString tiffDictionaryKey; // "{TIFF}"
 
-    // Empty optional when the file opened but its properties could not be read.
+    // Empty optional when the file opened but its properties could not be read. Besides the two
+    // sub-dictionaries (each present only when the file has such tags), "PixelWidth",
+    // "PixelHeight" and "Orientation" may stand at the top level.
     std::optional<KVImageProperties> copyPropertiesAtIndex0();
     // Upright, at most maxPixelSize on the longer side: the embedded preview when there is one
     // (the smallest at least maxPixelSize, else the largest), else the decoded image itself.

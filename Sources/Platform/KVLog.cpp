@@ -6,8 +6,7 @@
 #include <mutex>
 #include <syslog.h>
 
-void KVLog(const QString &message)
-{
+void KVLog(const QString &message) {
     const QByteArray line = QStringLiteral("[Kalvora] %1").arg(message).toUtf8();
     static std::once_flag opened;
     std::call_once(opened, [] { openlog("kalvora", LOG_PID, LOG_USER); });
@@ -15,8 +14,7 @@ void KVLog(const QString &message)
     std::fprintf(stderr, "%s\n", line.constData());
 }
 
-void KVLogVerbose(const QString &message)
-{
+void KVLogVerbose(const QString &message) {
     if (KVUserDefaults::standardUserDefaults().verboseConsole())
         KVLog(message);
 }

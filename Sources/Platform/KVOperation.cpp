@@ -1,7 +1,6 @@
 #include "KVOperation.h"
 
-void KVOperation::start()
-{
+void KVOperation::start() {
     if (m_started.exchange(true))
         return;
     if (!isCancelled()) {
@@ -17,19 +16,16 @@ void KVOperation::start()
     didChangeValueForKey(QStringLiteral("isFinished"));
 }
 
-void KVOperation::cancel()
-{
+void KVOperation::cancel() {
     m_cancelled = true;
 }
 
-bool KVOperation::isFinished() const
-{
+bool KVOperation::isFinished() const {
     std::lock_guard lock(m_mutex);
     return m_finished;
 }
 
-void KVOperation::waitUntilFinished()
-{
+void KVOperation::waitUntilFinished() {
     std::unique_lock lock(m_mutex);
     m_finishedCondition.wait(lock, [this] { return m_finished; });
 }

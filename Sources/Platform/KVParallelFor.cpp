@@ -7,8 +7,7 @@
 #include <thread>
 #include <vector>
 
-void KVParallelFor(std::size_t count, const std::function<void(std::size_t)> &body)
-{
+void KVParallelFor(std::size_t count, const std::function<void(std::size_t)> &body) {
     const std::size_t threads =
         std::min<std::size_t>(count, KVBaseOperationQueue::activeProcessorCount());
     if (threads <= 1) {

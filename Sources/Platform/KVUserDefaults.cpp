@@ -4,21 +4,18 @@
 
 const QString KVUserDefaults::verboseLoggingKey = QStringLiteral("KVVerboseLogging");
 
-KVUserDefaults &KVUserDefaults::standardUserDefaults()
-{
+KVUserDefaults &KVUserDefaults::standardUserDefaults() {
     static KVUserDefaults defaults;
     return defaults;
 }
 
-void KVUserDefaults::registerDefaults(const QVariantMap &defaults)
-{
+void KVUserDefaults::registerDefaults(const QVariantMap &defaults) {
     std::lock_guard lock(m_mutex);
     for (auto it = defaults.begin(); it != defaults.end(); ++it)
         m_registered.insert(it.key(), it.value());
 }
 
-QVariant KVUserDefaults::objectForKey(const QString &key) const
-{
+QVariant KVUserDefaults::objectForKey(const QString &key) const {
     QVariant fallback;
     {
         std::lock_guard lock(m_mutex);
@@ -27,17 +24,14 @@ QVariant KVUserDefaults::objectForKey(const QString &key) const
     return QSettings(QStringLiteral("Kalvora"), QStringLiteral("Kalvora")).value(key, fallback);
 }
 
-bool KVUserDefaults::boolForKey(const QString &key) const
-{
+bool KVUserDefaults::boolForKey(const QString &key) const {
     return objectForKey(key).toBool();
 }
 
-void KVUserDefaults::setBool(bool value, const QString &key)
-{
+void KVUserDefaults::setBool(bool value, const QString &key) {
     QSettings(QStringLiteral("Kalvora"), QStringLiteral("Kalvora")).setValue(key, value);
 }
 
-bool KVUserDefaults::verboseConsole() const
-{
+bool KVUserDefaults::verboseConsole() const {
     return boolForKey(verboseLoggingKey);
 }

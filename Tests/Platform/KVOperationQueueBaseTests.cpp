@@ -19,11 +19,8 @@ class GatedOperation : public KVOperation {
 public:
     explicit GatedOperation(std::atomic<int> &running, std::atomic<int> &peak)
         : m_running(running)
-        , m_peak(peak)
-    {
-    }
-    void open()
-    {
+        , m_peak(peak) {}
+    void open() {
         std::lock_guard lock(m_mutex);
         m_open = true;
         m_condition.notify_all();
@@ -31,8 +28,7 @@ public:
     bool ran = false;
 
 protected:
-    void main() override
-    {
+    void main() override {
         ran = true;
         const int now = ++m_running;
         int peak = m_peak.load();
@@ -53,8 +49,7 @@ private:
 
 class CountRecorder : public KVObserver {
 public:
-    void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override
-    {
+    void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override {
         std::lock_guard lock(mutex);
         if (keyPath == "operationCount")
             counts.push_back(static_cast<KVBaseOperationQueue *>(object)->operationCount());
@@ -68,8 +63,7 @@ public:
 
 } // namespace
 
-TEST(KVBaseOperationQueue, RunsAtMostTheAllowedNumberAtOnceAndReportsTheCountDownToZero)
-{
+TEST(KVBaseOperationQueue, RunsAtMostTheAllowedNumberAtOnceAndReportsTheCountDownToZero) {
     std::atomic<int> running{0}, peak{0};
     KVBaseOperationQueue queue;
     queue.setMaxConcurrentOperationCount(2);
@@ -93,8 +87,7 @@ TEST(KVBaseOperationQueue, RunsAtMostTheAllowedNumberAtOnceAndReportsTheCountDow
     queue.removeObserver(&recorder);
 }
 
-TEST(KVBaseOperationQueue, SuspendedQueueStartsNothingAndCancelledOperationsNeverRun)
-{
+TEST(KVBaseOperationQueue, SuspendedQueueStartsNothingAndCancelledOperationsNeverRun) {
     std::atomic<int> running{0}, peak{0};
     KVBaseOperationQueue queue;
     queue.setSuspended(true);
@@ -104,7 +97,8 @@ TEST(KVBaseOperationQueue, SuspendedQueueStartsNothingAndCancelledOperationsNeve
     second->open();
     queue.addOperation(first);
     queue.addOperation(second);
-    EXPECT_FALSE(KVTest::waitFor([&] { return first->isFinished(); }, std::chrono::milliseconds(200)));
+    EXPECT_FALSE(
+        KVTest::waitFor([&] { return first->isFinished(); }, std::chrono::milliseconds(200)));
     second->cancel();
     queue.setSuspended(false);
     queue.waitUntilAllOperationsAreFinished();
@@ -113,8 +107,7 @@ TEST(KVBaseOperationQueue, SuspendedQueueStartsNothingAndCancelledOperationsNeve
     EXPECT_TRUE(second->isFinished());
 }
 
-TEST(KVBaseOperationQueue, CancelAllReachesRunningAndWaitingOperations)
-{
+TEST(KVBaseOperationQueue, CancelAllReachesRunningAndWaitingOperations) {
     std::atomic<int> running{0}, peak{0};
     KVBaseOperationQueue queue;
     queue.setMaxConcurrentOperationCount(1);
@@ -131,8 +124,7 @@ TEST(KVBaseOperationQueue, CancelAllReachesRunningAndWaitingOperations)
     EXPECT_FALSE(waiting->ran);
 }
 
-TEST(KVInvocationOperation, KeepsItsResultAndAnnouncesTheEndOnce)
-{
+TEST(KVInvocationOperation, KeepsItsResultAndAnnouncesTheEndOnce) {
     KVBaseOperationQueue queue;
     auto operation = std::make_shared<KVInvocationOperation>([] { return QVariant(42); });
     CountRecorder recorder;
@@ -148,8 +140,7 @@ namespace {
 
 class Derived : public KVObservable {
 public:
-    QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override
-    {
+    QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override {
         if (key == "enabled")
             return {"possible", "busy"};
         if (key == "possible")
@@ -161,8 +152,7 @@ public:
 
 } // namespace
 
-TEST(KVObservable, ChangesReachDependentKeysThroughEveryLevel)
-{
+TEST(KVObservable, ChangesReachDependentKeysThroughEveryLevel) {
     Derived object;
     CountRecorder recorder;
     object.addObserver(&recorder, "enabled");
@@ -182,12 +172,10 @@ TEST(KVObservable, ChangesReachDependentKeysThroughEveryLevel)
     EXPECT_EQ(recorder.keys, QStringList({"possible"}));
 }
 
-TEST(KVObservable, ObserversMayUnregisterThemselvesWhileBeingNotified)
-{
+TEST(KVObservable, ObserversMayUnregisterThemselvesWhileBeingNotified) {
     class OneShot : public KVObserver {
     public:
-        void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override
-        {
+        void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override {
             ++calls;
             object->removeObserver(this, keyPath);
         }
@@ -200,8 +188,7 @@ TEST(KVObservable, ObserversMayUnregisterThemselvesWhileBeingNotified)
     EXPECT_EQ(observer.calls, 1);
 }
 
-TEST(KVParallelFor, VisitsEveryIndexExactlyOnce)
-{
+TEST(KVParallelFor, VisitsEveryIndexExactlyOnce) {
     for (size_t count : {size_t(0), size_t(1), size_t(7), size_t(1000)}) {
         std::vector<std::atomic<int>> visits(count);
         KVParallelFor(count, [&](size_t i) { ++visits[i]; });

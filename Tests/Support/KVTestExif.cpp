@@ -4,8 +4,7 @@
 
 namespace KVTest {
 
-bool writeExif(const QString &path, const QMap<QString, QString> &values)
-{
+bool writeExif(const QString &path, const QMap<QString, QString> &values) {
     try {
         Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path.toStdString());
         image->readMetadata();
@@ -25,8 +24,7 @@ bool writeExif(const QString &path, const QMap<QString, QString> &values)
     }
 }
 
-QString readExif(const QString &path, const QString &key)
-{
+QString readExif(const QString &path, const QString &key) {
     try {
         Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path.toStdString());
         image->readMetadata();

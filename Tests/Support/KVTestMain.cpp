@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     // Tests never touch a real user's settings.
     QStandardPaths::setTestModeEnabled(true);
     QCoreApplication application(argc, argv);

@@ -9,14 +9,12 @@
 
 namespace KVTest {
 
-QString samplePath(const QString &relative)
-{
+QString samplePath(const QString &relative) {
     const QString root = QDir::cleanPath(QStringLiteral(KALVORA_SAMPLES_DIR));
     return relative.isEmpty() ? root : root + QLatin1Char('/') + relative;
 }
 
-QStringList copySamples(const QStringList &relatives, const QString &folder)
-{
+QStringList copySamples(const QStringList &relatives, const QString &folder) {
     QStringList copies;
     QDir().mkpath(folder);
     for (const QString &relative : relatives) {
@@ -30,8 +28,7 @@ QStringList copySamples(const QStringList &relatives, const QString &folder)
     return copies;
 }
 
-bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds deadline)
-{
+bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds deadline) {
     QElapsedTimer timer;
     timer.start();
     while (!condition()) {
@@ -43,8 +40,7 @@ bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds d
     return true;
 }
 
-QByteArray readFile(const QString &path)
-{
+QByteArray readFile(const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};

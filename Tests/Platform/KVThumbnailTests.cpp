@@ -1,0 +1,248 @@
+#include "KVThumbnail.h"
+#include "KVThumbnailCache.h"
+#include "KVImageOrientation.h"
+
+#include <QBuffer>
+#include <QImageWriter>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace {
+
+QImage filled(QSize size, QColor color) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    return image;
+}
+
+// A picture whose corners can be told apart: red top-left, green top-right, blue bottom-left,
+// white bottom-right.
+QImage corners(QSize size) {
+    QImage image(size, QImage::Format_RGB32);
+    const int w = size.width() / 2;
+    const int h = size.height() / 2;
+    QPainter painter(&image);
+    painter.fillRect(0, 0, w, h, Qt::red);
+    painter.fillRect(w, 0, size.width() - w, h, Qt::green);
+    painter.fillRect(0, h, w, size.height() - h, Qt::blue);
+    painter.fillRect(w, h, size.width() - w, size.height() - h, Qt::white);
+    return image;
+}
+
+QByteArray jpegOf(const QImage &image) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setQuality(95);
+    writer.write(image);
+    return bytes;
+}
+
+bool near(QRgb pixel, QColor color) {
+    return qAbs(qRed(pixel) - color.red()) < 40 && qAbs(qGreen(pixel) - color.green()) < 40 &&
+           qAbs(qBlue(pixel) - color.blue()) < 40;
+}
+
+// Colour at the centre of each quarter: top-left, top-right, bottom-left, bottom-right.
+std::vector<QRgb> quarters(const QImage &image) {
+    const int w = image.width();
+    const int h = image.height();
+    return {image.pixel(w / 4, h / 4), image.pixel(3 * w / 4, h / 4), image.pixel(w / 4, 3 * h / 4),
+            image.pixel(3 * w / 4, 3 * h / 4)};
+}
+
+} // namespace
+
+TEST(KVThumbnail, NullThumbnail) {
+    const KVThumbnail thumbnail;
+    EXPECT_TRUE(thumbnail.isNull());
+    EXPECT_TRUE(thumbnail.image().isNull());
+    EXPECT_FALSE(thumbnail.size().isValid());
+    EXPECT_EQ(thumbnail.encodedSize(), 0);
+    EXPECT_TRUE(KVThumbnail::fromImage(QImage()).isNull());
+}
+
+TEST(KVThumbnail, FromImageCompressesAndIsCachedAtOnce) {
+    const KVThumbnail thumbnail = KVThumbnail::fromImage(filled(QSize(200, 100), Qt::red));
+    ASSERT_FALSE(thumbnail.isNull());
+    EXPECT_EQ(thumbnail.size(), QSize(200, 100));
+    EXPECT_GT(thumbnail.encodedSize(), 0);
+    EXPECT_LT(thumbnail.encodedSize(), 200 * 100 * 4 / 10);
+    EXPECT_TRUE(thumbnail.encoded().startsWith("\xFF\xD8"));
+    EXPECT_TRUE(KVThumbnailCache::shared().contains(thumbnail));
+    const QImage image = thumbnail.image();
+    EXPECT_EQ(image.size(), QSize(200, 100));
+    EXPECT_TRUE(near(image.pixel(100, 50), Qt::red));
+}
+
+TEST(KVThumbnail, DecodesAgainWhenTheCacheLostIt) {
+    const KVThumbnail thumbnail = KVThumbnail::fromImage(filled(QSize(64, 32), Qt::blue));
+    KVThumbnailCache::shared().remove(thumbnail);
+    EXPECT_FALSE(KVThumbnailCache::shared().contains(thumbnail));
+    const QImage image = thumbnail.image();
+    ASSERT_EQ(image.size(), QSize(64, 32));
+    EXPECT_TRUE(near(image.pixel(10, 10), Qt::blue));
+    EXPECT_TRUE(KVThumbnailCache::shared().contains(thumbnail));
+}
+
+TEST(KVThumbnail, TransparencyGoesOntoWhite) {
+    QImage clear(QSize(20, 20), QImage::Format_ARGB32);
+    clear.fill(Qt::transparent);
+    const KVThumbnail thumbnail = KVThumbnail::fromImage(clear);
+    KVThumbnailCache::shared().remove(thumbnail);
+    EXPECT_TRUE(near(thumbnail.image().pixel(10, 10), Qt::white));
+}
+
+TEST(KVThumbnail, StoredBytesAreTurnedByTheirOrientation) {
+    // Stored 40x20; each orientation puts the red (stored top-left) quarter elsewhere.
+    const QByteArray stored = jpegOf(corners(QSize(40, 20)));
+    struct Case {
+        int orientation;
+        QSize size;
+        std::vector<QColor> quarters; // top-left, top-right, bottom-left, bottom-right
+    };
+    const QColor r = Qt::red, g = Qt::green, b = Qt::blue, w = Qt::white;
+    const Case cases[] = {
+        {1, QSize(40, 20), {r, g, b, w}}, {2, QSize(40, 20), {g, r, w, b}},
+        {3, QSize(40, 20), {w, b, g, r}}, {4, QSize(40, 20), {b, w, r, g}},
+        {5, QSize(20, 40), {r, b, g, w}}, {6, QSize(20, 40), {b, r, w, g}},
+        {7, QSize(20, 40), {w, g, b, r}}, {8, QSize(20, 40), {g, w, r, b}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.orientation);
+        const KVThumbnail thumbnail(stored, c.orientation,
+                                    KVImageOrientation::uprightSize(QSize(40, 20), c.orientation));
+        EXPECT_EQ(thumbnail.size(), c.size);
+        const QImage image = thumbnail.image();
+        ASSERT_EQ(image.size(), c.size);
+        const std::vector<QRgb> found = quarters(image);
+        for (size_t index = 0; index < 4; ++index)
+            EXPECT_TRUE(near(found[index], c.quarters[index])) << "quarter " << index;
+    }
+}
+
+TEST(KVThumbnail, UndecodableBytesGiveANullImageAndAreNotCached) {
+    const KVThumbnail thumbnail(QByteArray("not a picture at all"), 1, QSize(10, 10));
+    EXPECT_FALSE(thumbnail.isNull());
+    EXPECT_TRUE(thumbnail.image().isNull());
+    EXPECT_FALSE(KVThumbnailCache::shared().contains(thumbnail));
+}
+
+TEST(KVThumbnailCache, SharedCacheIsBoundedBy64MiB) {
+    EXPECT_EQ(KVThumbnailCache::shared().maxBytes(), 64 * 1024 * 1024);
+    EXPECT_LE(KVThumbnailCache::shared().totalBytes(), KVThumbnailCache::shared().maxBytes());
+}
+
+TEST(KVThumbnailCache, KeepsWithinItsByteBoundDroppingTheLeastRecentlyUsed) {
+    const QImage picture = filled(QSize(100, 100), Qt::gray); // 40,000 bytes
+    const qsizetype bytes = picture.sizeInBytes();
+    KVThumbnailCache cache(3 * bytes);
+    std::vector<KVThumbnail> thumbnails;
+    for (int index = 0; index < 5; ++index)
+        thumbnails.push_back(KVThumbnail(QByteArray("x"), 1, QSize(100, 100)));
+
+    cache.insert(thumbnails[0], picture);
+    cache.insert(thumbnails[1], picture);
+    cache.insert(thumbnails[2], picture);
+    EXPECT_EQ(cache.count(), 3);
+    EXPECT_EQ(cache.totalBytes(), 3 * bytes);
+    // Using 0 makes 1 the least recently used, which the next insertion drops.
+    EXPECT_FALSE(cache.find(thumbnails[0]).isNull());
+    cache.insert(thumbnails[3], picture);
+    EXPECT_TRUE(cache.contains(thumbnails[0]));
+    EXPECT_FALSE(cache.contains(thumbnails[1]));
+    EXPECT_TRUE(cache.contains(thumbnails[2]));
+    EXPECT_TRUE(cache.contains(thumbnails[3]));
+    cache.insert(thumbnails[4], picture);
+    EXPECT_FALSE(cache.contains(thumbnails[2]));
+    EXPECT_LE(cache.totalBytes(), cache.maxBytes());
+    EXPECT_EQ(cache.count(), 3);
+
+    // Replacing an entry does not count it twice.
+    cache.insert(thumbnails[4], picture);
+    EXPECT_EQ(cache.totalBytes(), 3 * bytes);
+
+    // A lower bound drops entries at once; a picture larger than the bound is not kept.
+    cache.setMaxBytes(bytes + 1);
+    EXPECT_EQ(cache.count(), 1);
+    EXPECT_TRUE(cache.contains(thumbnails[4]));
+    cache.insert(thumbnails[1], filled(QSize(200, 200), Qt::gray));
+    EXPECT_FALSE(cache.contains(thumbnails[1]));
+    EXPECT_LE(cache.totalBytes(), cache.maxBytes());
+
+    cache.clear();
+    EXPECT_EQ(cache.count(), 0);
+    EXPECT_EQ(cache.totalBytes(), 0);
+}
+
+TEST(KVThumbnailCache, NullThumbnailsAndPicturesAreIgnored) {
+    KVThumbnailCache cache;
+    cache.insert(KVThumbnail(), filled(QSize(4, 4), Qt::red));
+    cache.insert(KVThumbnail(QByteArray("x"), 1, QSize(4, 4)), QImage());
+    EXPECT_EQ(cache.count(), 0);
+    EXPECT_TRUE(cache.find(KVThumbnail()).isNull());
+}
+
+TEST(KVThumbnailCache, FreedThumbnailIsNeverServedForANewOne) {
+    // A freed body's memory is usually handed to the next one of the same size at once; the
+    // cache must not take the new thumbnail for the old.
+    KVThumbnailCache cache;
+    const QByteArray blue = jpegOf(filled(QSize(16, 16), Qt::blue));
+    for (int round = 0; round < 200; ++round) {
+        {
+            const KVThumbnail red(QByteArray("red"), 1, QSize(16, 16));
+            cache.insert(red, filled(QSize(16, 16), Qt::red));
+        }
+        const KVThumbnail fresh(blue, 1, QSize(16, 16));
+        ASSERT_TRUE(cache.find(fresh).isNull()) << "round " << round;
+    }
+}
+
+TEST(KVThumbnailCache, SharedCacheForgetsAThumbnailWhenItsLastCopyGoes) {
+    KVThumbnailCache &shared = KVThumbnailCache::shared();
+    std::optional<KVThumbnail> thumbnail = KVThumbnail::fromImage(filled(QSize(30, 30), Qt::red));
+    ASSERT_TRUE(shared.contains(*thumbnail));
+    const qsizetype before = shared.totalBytes();
+    KVThumbnail copy = *thumbnail;
+    thumbnail.reset();
+    EXPECT_TRUE(shared.contains(copy));
+    copy = KVThumbnail::fromImage(filled(QSize(30, 30), Qt::green));
+    EXPECT_TRUE(near(copy.image().pixel(15, 15), Qt::green));
+    EXPECT_LE(shared.totalBytes(), before); // the red one's 3,600 bytes went, the green came
+}
+
+TEST(KVThumbnailCache, ManyThreadsReadAndEvictTogether) {
+    KVThumbnailCache &shared = KVThumbnailCache::shared();
+    const qsizetype bound = shared.maxBytes();
+    shared.setMaxBytes(8 * 64 * 64 * 4); // about eight pictures
+    std::vector<KVThumbnail> thumbnails;
+    std::vector<QColor> colors;
+    for (int index = 0; index < 32; ++index) {
+        const QColor color = QColor::fromHsv(index * 11, 255, 255);
+        colors.push_back(color);
+        thumbnails.push_back(KVThumbnail(jpegOf(filled(QSize(64, 64), color)), 1, QSize(64, 64)));
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 100; ++round) {
+                const size_t index = size_t((round * 7 + t * 5) % 32);
+                const QImage image = thumbnails[index].image();
+                if (image.size() != QSize(64, 64) || !near(image.pixel(32, 32), colors[index]))
+                    ++wrong;
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_LE(shared.totalBytes(), shared.maxBytes());
+    shared.setMaxBytes(bound);
+}
