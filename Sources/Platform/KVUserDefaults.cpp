@@ -2,6 +2,14 @@
 
 #include <QSettings>
 
+namespace {
+
+QSettings settings() {
+    return QSettings(QStringLiteral("Kalvora"), QStringLiteral("Kalvora"));
+}
+
+} // namespace
+
 const QString KVUserDefaults::verboseLoggingKey = QStringLiteral("KVVerboseLogging");
 
 KVUserDefaults &KVUserDefaults::standardUserDefaults() {
@@ -10,18 +18,17 @@ KVUserDefaults &KVUserDefaults::standardUserDefaults() {
 }
 
 void KVUserDefaults::registerDefaults(const QVariantMap &defaults) {
-    std::lock_guard lock(m_mutex);
-    for (auto it = defaults.begin(); it != defaults.end(); ++it)
-        m_registered.insert(it.key(), it.value());
+    {
+        std::lock_guard lock(m_mutex);
+        for (auto it = defaults.begin(); it != defaults.end(); ++it)
+            m_registered.insert(it.key(), it.value());
+    }
+    m_verbose = -1;
 }
 
 QVariant KVUserDefaults::objectForKey(const QString &key) const {
-    QVariant fallback;
-    {
-        std::lock_guard lock(m_mutex);
-        fallback = m_registered.value(key);
-    }
-    return QSettings(QStringLiteral("Kalvora"), QStringLiteral("Kalvora")).value(key, fallback);
+    std::lock_guard lock(m_mutex);
+    return settings().value(key, m_registered.value(key));
 }
 
 bool KVUserDefaults::boolForKey(const QString &key) const {
@@ -29,9 +36,19 @@ bool KVUserDefaults::boolForKey(const QString &key) const {
 }
 
 void KVUserDefaults::setBool(bool value, const QString &key) {
-    QSettings(QStringLiteral("Kalvora"), QStringLiteral("Kalvora")).setValue(key, value);
+    {
+        std::lock_guard lock(m_mutex);
+        settings().setValue(key, value);
+    }
+    if (key == verboseLoggingKey)
+        m_verbose = value ? 1 : 0;
 }
 
 bool KVUserDefaults::verboseConsole() const {
-    return boolForKey(verboseLoggingKey);
+    int verbose = m_verbose.load();
+    if (verbose < 0) {
+        verbose = boolForKey(verboseLoggingKey) ? 1 : 0;
+        m_verbose = verbose;
+    }
+    return verbose == 1;
 }

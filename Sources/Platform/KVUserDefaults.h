@@ -3,6 +3,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <atomic>
 #include <mutex>
 
 // The user's defaults, kept by QSettings. Registered defaults answer for keys the user never set.
@@ -16,7 +17,8 @@ public:
     bool boolForKey(const QString &key) const;
     void setBool(bool value, const QString &key);
 
-    // Read anew at each use, so that the menu switch takes effect at once everywhere.
+    // Asked before every log line of every photo, on any thread: answered from memory, and
+    // kept current by setBool, so the menu switch takes effect at once everywhere.
     bool verboseConsole() const;
 
 private:
@@ -24,4 +26,6 @@ private:
 
     mutable std::mutex m_mutex;
     QVariantMap m_registered;
+    // -1 until first asked.
+    mutable std::atomic<int> m_verbose{-1};
 };

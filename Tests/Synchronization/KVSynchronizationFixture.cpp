@@ -178,9 +178,3 @@ KVSynchronizationFixture::contents(const std::vector<KVImageFileRef> &photos) {
         result.insert(photo->path(), KVTest::readFile(photo->path()));
     return result;
 }
-
-// Qt is not built for ThreadSanitizer, so the locking inside QSettings, which each verbose log
-// check of the workers makes anew, is invisible to it. Only that one path is exempted.
-extern "C" const char *__tsan_default_suppressions() {
-    return "race:KVUserDefaults::boolForKey\n";
-}
