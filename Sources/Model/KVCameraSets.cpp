@@ -286,6 +286,14 @@ void KVCameraSets::dispatchMain(std::function<void()> work) {
     });
 }
 
+void KVCameraSets::dispatchMainAfter(double seconds, std::function<void()> work)
+{
+    KVDispatchMainAfter(seconds, [alive = std::weak_ptr<int>(m_lifeToken), work = std::move(work)] {
+        if (alive.lock())
+            work();
+    });
+}
+
 void KVCameraSets::addNewFilesFromURLs(const QList<QUrl> &urls) {
     lockUI();
     if (m_ui) {

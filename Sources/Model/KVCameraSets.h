@@ -90,6 +90,7 @@ protected:
     void runModelOperation(std::function<KVModelResult()> work);
     // Runs work on the main thread later, unless this object is gone by then.
     void dispatchMain(std::function<void()> work);
+    void dispatchMainAfter(double seconds, std::function<void()> work);
 
 private:
     static QList<QUrl> directoryContents(const QUrl &directory);

@@ -1,5 +1,7 @@
 #include "KVHeadlessUserInterface.h"
 
+#include <algorithm>
+
 void KVHeadlessUserInterface::record(const QString &call) {
     m_calls << call;
 }
@@ -78,14 +80,29 @@ void KVHeadlessUserInterface::closeManualDatePopover() {
 
 int KVHeadlessUserInterface::runAlert(const QString &title, const QString &text,
                                       const QStringList &buttons) {
+    std::function<int(const Alert &)> handler;
+    const Alert alert{title, text, buttons};
+    {
+        std::lock_guard lock(m_mutex);
+        m_alerts.append(alert);
+        record(QStringLiteral("alert:") + title);
+        if (!m_answers.empty()) {
+            const int answer = m_answers.front();
+            m_answers.pop_front();
+            return answer;
+        }
+        handler = m_alertHandler;
+    }
+    // The handler runs unlocked: it may look at what was shown so far.
+    if (handler)
+        return handler(alert);
+    return std::max<int>(0, buttons.size() - 1);
+}
+
+void KVHeadlessUserInterface::setAlertHandler(std::function<int(const Alert &)> handler)
+{
     std::lock_guard lock(m_mutex);
-    m_alerts.append({title, text, buttons});
-    record(QStringLiteral("alert:") + title);
-    if (m_answers.empty())
-        return 0;
-    const int answer = m_answers.front();
-    m_answers.pop_front();
-    return answer;
+    m_alertHandler = std::move(handler);
 }
 
 void KVHeadlessUserInterface::queueAlertAnswer(int button) {
@@ -141,4 +158,30 @@ int KVHeadlessUserInterface::popoverCloseCount() const {
 QStringList KVHeadlessUserInterface::calls() const {
     std::lock_guard lock(m_mutex);
     return m_calls;
+}
+
+QString KVHeadlessUserInterface::syncButtonTitle() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_syncButtonTitle;
+}
+
+void KVHeadlessUserInterface::setSyncButtonTitle(const QString &title)
+{
+    std::lock_guard lock(m_mutex);
+    m_syncButtonTitle = title;
+    record(QStringLiteral("syncButton:") + title);
+}
+
+void KVHeadlessUserInterface::beep()
+{
+    std::lock_guard lock(m_mutex);
+    ++m_beeps;
+    record(QStringLiteral("beep"));
+}
+
+int KVHeadlessUserInterface::beepCount() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_beeps;
 }

@@ -5,6 +5,7 @@
 #include <QList>
 
 #include <deque>
+#include <functional>
 #include <mutex>
 
 // A window without pixels: remembers what it was asked to show, and answers alerts as told.
@@ -26,6 +27,9 @@ public:
     void setCloseButtonEnabled(bool enabled) override;
     void setStartViewShown(bool shown) override;
     void reloadBrowser() override;
+    QString syncButtonTitle() const override;
+    void setSyncButtonTitle(const QString &title) override;
+    void beep() override;
     void displayString(const QString &text) override;
     void displayImageFile(const KVImageFileRef &file) override;
     void displaySyncProcess() override;
@@ -33,8 +37,10 @@ public:
     void closeManualDatePopover() override;
     int runAlert(const QString &title, const QString &text, const QStringList &buttons) override;
 
-    // Answers for the next alerts, in order; an alert with no answer left gets button 0.
+    // Answers for the next alerts, in order. Without one, the handler answers, if set; else the
+    // last button (OK, or Cancel where there is a choice).
     void queueAlertAnswer(int button);
+    void setAlertHandler(std::function<int(const Alert &)> handler);
 
     bool isLocked() const;
     bool isStartViewShown() const;
@@ -45,6 +51,7 @@ public:
     QList<Alert> alerts() const;
     QList<FileReport> fileReports() const;
     int popoverCloseCount() const;
+    int beepCount() const;
     // Every call, in order, by name: "lock", "unlock", "startView:1", "reload", "display:<text>"...
     QStringList calls() const;
 
@@ -62,6 +69,9 @@ private:
     QList<Alert> m_alerts;
     QList<FileReport> m_reports;
     int m_popoverCloses = 0;
+    int m_beeps = 0;
+    QString m_syncButtonTitle;
     std::deque<int> m_answers;
+    std::function<int(const Alert &)> m_alertHandler;
     QStringList m_calls;
 };

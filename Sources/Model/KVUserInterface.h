@@ -22,6 +22,9 @@ public:
     // The empty window's drop area, or the camera list.
     virtual void setStartViewShown(bool shown) = 0;
     virtual void reloadBrowser() = 0;
+    virtual QString syncButtonTitle() const = 0;
+    virtual void setSyncButtonTitle(const QString &title) = 0;
+    virtual void beep() = 0;
 
     virtual void displayString(const QString &text) = 0;
     virtual void displayImageFile(const KVImageFileRef &file) = 0;

@@ -66,7 +66,7 @@ void KVBaseOperationQueue::workerLoop() {
         lock.lock();
         m_running.erase(std::find(m_running.begin(), m_running.end(), operation));
         ++m_idleWorkers;
-        const bool idle = m_pending.empty() && m_running.empty();
+        const bool idle = m_running.empty();
         lock.unlock();
         // The count is announced before waiters are released, so an observer of
         // "operationCount" has seen 0 by the time waitUntilAllOperationsAreFinished returns.
@@ -116,6 +116,12 @@ void KVBaseOperationQueue::cancelAllOperations() {
 void KVBaseOperationQueue::waitUntilAllOperationsAreFinished() {
     std::unique_lock lock(m_mutex);
     m_idleCondition.wait(lock, [this] { return m_pending.empty() && m_running.empty(); });
+}
+
+void KVBaseOperationQueue::waitUntilRunningOperationsAreFinished()
+{
+    std::unique_lock lock(m_mutex);
+    m_idleCondition.wait(lock, [this] { return m_running.empty(); });
 }
 
 int KVBaseOperationQueue::operationCount() const {

@@ -26,6 +26,8 @@ public:
     // Blocks until no operation is left. Never call it while the queue is suspended with
     // operations waiting.
     void waitUntilAllOperationsAreFinished();
+    // Blocks until no operation is running; waiting ones stay waiting. Safe while suspended.
+    void waitUntilRunningOperationsAreFinished();
     int operationCount() const;
 
     static int activeProcessorCount();

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "KVCameraSets.h"
+#include "KVManualDateTimeViewController.h"
+#include "KVOperationQueue.h"
+#include "KVReferenceSet.h"
+#include "KVUndoManager.h"
+#include "KVVanishedFiles.h"
+
+#include <QTimer>
+
+#include <memory>
+#include <mutex>
+#include <thread>
+
+// The hub of the application: the camera sets, the reference photo and the offsets, the Sync /
+// Cancel command with undo and redo, what the window may do and show, and the photos that vanish.
+// Everything a window does goes through here, so a test can do it without one.
+// Observable keys (besides those of the camera sets): "etalon", "isProcessingPathes",
+// "isEnabledSynchronization", "isManualSetEnable", "fullScreenTitle".
+class KVAppDelegate : public KVCameraSets {
+public:
+    enum class MenuAction { AddFiles, RemoveFiles, Terminate, VerboseLogging, Other };
+
+    explicit KVAppDelegate(KVUserInterface *userInterface);
+    ~KVAppDelegate() override;
+
+    // Launch and shell.
+    void awakeFromNib();
+    void applicationDidFinishLaunching(const QString &bundlePath);
+    static QString toolPathForBundle(const QString &bundlePath);
+    // False (after a beep) while busy: a run or an import is never cut off.
+    bool applicationShouldTerminate();
+    bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
+    bool windowShouldClose() const;
+    KVUndoManager &undoManager();
+    void verboseLogging();
+    bool validateMenuItem(MenuAction action, bool *checkMark = nullptr) const;
+    // For the window's own Undo and Redo items.
+    bool validateUndoItem(bool redo) const;
+    QString fullScreenTitle(bool isFullScreen) const;
+    static QString mainSyncButtonTitle();
+    static QString alternateSyncButtonTitle();
+
+    // The reference and the offsets.
+    KVImageFileRef etalon() const { return m_etalon; }
+    void setEtalon(const KVImageFileRef &etalon);
+    KVReferenceSet etalonWithSelectedImages() const;
+    bool isValidSetOfImagesForTimeSynchronization(const KVReferenceSet &set) const;
+    bool isSetOfImagesSynchrinizedAlready(const KVReferenceSet &set) const;
+    void applyTimeIntervals(const KVTimeIntervals &intervals, const KVCameraSetsRef &imageFiles);
+    void didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon);
+    void didDeselectAllItemsAtCameraIndex(int cameraIndex);
+
+    // The command and the window's state.
+    void synchronizeTimeOrCancel();
+    bool isSynchronizationPossible() const;
+    bool isProcessingPathes() const override;
+    bool isEnabledSynchronization() const;
+    bool isManualSetEnable() const;
+    void chooseWhatToShowOnDisplay() override;
+    void showNotAddedFiles(const QList<QVariantMap> &records) override;
+    void showNotChangedFiles(const QList<QUrl> &files);
+    void removeFiles() override;
+    KVOperationQueue &syncQueue();
+    KVManualDateTimeViewController &manualDateTimeViewController();
+    // Just before the popover shows: it opens on the reference's date, or on now.
+    void popoverWillShow();
+
+    // Vanished files and disks.
+    void fileDidRemove(const KVImageFileRef &file) { m_vanishedFiles.fileDidRemove(file); }
+    void checkForRemovedFiles() { m_vanishedFiles.checkForRemovedFiles(); }
+    void diskDidUnmount(const QString &devicePath) { m_vanishedFiles.diskDidUnmount(devicePath); }
+    // Waits for the background hand-back after an unplugged disk, for tests and for quitting.
+    void waitForDiskRecovery() { m_vanishedFiles.waitForRecovery(); }
+    // Held by every walk over all photos.
+    std::recursive_mutex &lock() { return m_lock; }
+
+    QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override;
+    void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;
+
+private:
+    void followReferenceRules(KVImageFile *file);
+    void followManualDate();
+    void operationCountDidChange(KVBaseOperationQueue *changed);
+    void synchronizationDidEnd();
+
+    KVImageFileRef m_etalon;
+    std::unique_ptr<KVOperationQueue> m_syncQueue;
+    std::unique_ptr<KVUndoManager> m_undoManager;
+    std::unique_ptr<KVManualDateTimeViewController> m_manualDateTimeViewController;
+    std::mutex m_syncOperationsMutex;
+    std::vector<KVSynchronizationOperationRef> m_watchedSyncOperations;
+    std::recursive_mutex m_lock;
+    KVVanishedFiles m_vanishedFiles;
+    std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
+    friend class KVVanishedFiles;
+};

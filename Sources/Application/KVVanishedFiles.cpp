@@ -1,0 +1,200 @@
+#include "KVVanishedFiles.h"
+
+#include "KVAppDelegate.h"
+#include "KVDispatch.h"
+#include "KVVolumes.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("KVAppDelegate", text);
+}
+
+bool isMountedFolder(const QString &path)
+{
+    // An emptied mount point stays behind as a folder here, so "back" means mounted again.
+    if (!QFileInfo(path).isDir())
+        return false;
+    const std::vector<KVMountedVolume> volumes = KVVolumes::mountedVolumes();
+    return std::any_of(volumes.begin(), volumes.end(),
+                       [&](const KVMountedVolume &volume) { return volume.path == path; });
+}
+
+} // namespace
+
+KVVanishedFiles::KVVanishedFiles(KVAppDelegate &delegate)
+    : m_delegate(delegate)
+{
+}
+
+KVVanishedFiles::~KVVanishedFiles()
+{
+    waitForRecovery();
+}
+
+void KVVanishedFiles::scheduleChecks()
+{
+    if (!m_removedFilesTimer) {
+        m_removedFilesTimer = std::make_unique<QTimer>();
+        m_removedFilesTimer->callOnTimeout([this] { checkForRemovedFiles(); });
+    }
+    m_removedFilesTimer->start(checkIntervalMilliseconds);
+}
+
+void KVVanishedFiles::fileDidRemove(const KVImageFileRef &file)
+{
+    std::lock_guard lock(m_removedImagesMutex);
+    m_removedImages.push_back(file);
+}
+
+std::vector<KVImageFileRef> KVVanishedFiles::removedImages() const
+{
+    std::lock_guard lock(m_removedImagesMutex);
+    return m_removedImages;
+}
+
+QString KVVanishedFiles::removedFilesList(const QStringList &paths)
+{
+    QString list;
+    list.reserve(512);
+    for (qsizetype i = 0; i < paths.size(); ++i) {
+        if (paths.size() > 5 && i == 4) {
+            list += QStringLiteral("...\n%1\n").arg(paths.last());
+            break;
+        }
+        list += paths[i] + QLatin1Char('\n');
+    }
+    return list;
+}
+
+void KVVanishedFiles::checkForRemovedFiles()
+{
+    if (m_removedFilesTimer)
+        m_removedFilesTimer->stop();
+    const std::vector<KVImageFileRef> reported = removedImages();
+    if (!reported.empty()) {
+        QStringList paths;
+        for (const KVImageFileRef &file : reported)
+            paths << file->path();
+        if (KVUserInterface *ui = m_delegate.userInterface()) {
+            ui->runAlert(tr("Cannot open file or files"),
+                         tr("Kalvora cannot find the following files. Make sure that they have "
+                            "not been renamed, moved, or deleted:\n") +
+                             removedFilesList(paths),
+                         {tr("OK")});
+        }
+        m_delegate.reloadModel();
+        // Reports that came in while the alert was up wait for the next check.
+        std::lock_guard lock(m_removedImagesMutex);
+        for (const KVImageFileRef &file : reported) {
+            auto it = std::find(m_removedImages.begin(), m_removedImages.end(), file);
+            if (it != m_removedImages.end())
+                m_removedImages.erase(it);
+        }
+    }
+    scheduleChecks();
+}
+
+bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned)
+{
+    std::lock_guard lock(m_delegate.lock());
+    bool anyGone = false;
+    const KVCameraSetsRef imageFiles = m_delegate.imageFiles();
+    if (!imageFiles)
+        return false;
+    for (const auto &[key, files] : *imageFiles) {
+        for (const KVImageFileRef &file : files) {
+            if (!QFileInfo::exists(file->path())) {
+                anyGone = true;
+                if (file->imageState() != KVImageStateRemoved)
+                    file->setImageState(KVImageStateRemoved);
+            } else if (restoreReturned && file->imageState() == KVImageStateRemoved) {
+                file->setImageState(KVImageStateNormal);
+            }
+        }
+    }
+    return anyGone;
+}
+
+void KVVanishedFiles::diskDidUnmount(const QString &devicePath)
+{
+    if (!markVanishedPhotos(false))
+        return;
+
+    KVOperationQueue &syncQueue = m_delegate.syncQueue();
+    KVBaseOperationQueue &queue = m_delegate.queue();
+    KVOperationQueue::CompletionBlock completion = syncQueue.completetionBlock();
+    syncQueue.setCompletetionBlock(nullptr);
+    queue.setSuspended(true);
+    syncQueue.setSuspended(true);
+    const bool wasRunning = syncQueue.isSynchronizationInProcess();
+
+    bool abandoned = false;
+    if (KVUserInterface *ui = m_delegate.userInterface()) {
+        if (wasRunning) {
+            const QString text = tr("The disk %1, which contains one or more of the photos that you "
+                                    "have chosen to sync, has been disconnected from your computer. "
+                                    "Reconnect the disk, and then try again.")
+                                     .arg(devicePath);
+            for (;;) {
+                const int button =
+                    ui->runAlert(tr("Cannot open file or files"), text, {tr("Try Again"), tr("Cancel")});
+                if (button != 0) {
+                    abandoned = true;
+                    break;
+                }
+                if (isMountedFolder(devicePath))
+                    break;
+            }
+        } else {
+            ui->runAlert(tr("Cannot open file or files"),
+                         tr("Make sure that disk is connected correctly."), {tr("OK")});
+        }
+    }
+
+    const bool missing = markVanishedPhotos(true);
+
+    waitForRecovery();
+    std::lock_guard lock(m_recoveryMutex);
+    std::weak_ptr<int> alive = m_delegate.m_lifeToken;
+    m_recovery = std::thread([this, &syncQueue, &queue, completion, abandoned, wasRunning, alive] {
+        // Only what is running finishes while the queues are held; what never started would
+        // otherwise keep the wait from ever returning. An abandoned run starts nothing more.
+        syncQueue.waitUntilRunningOperationsAreFinished();
+        queue.waitUntilRunningOperationsAreFinished();
+        if (abandoned)
+            syncQueue.KVBaseOperationQueue::cancelAllOperations();
+        queue.setSuspended(false);
+        syncQueue.setSuspended(false);
+        if (!abandoned)
+            syncQueue.setCompletetionBlock(completion);
+        if (abandoned) {
+            KVDispatchMain([this, alive] {
+                if (!alive.lock())
+                    return;
+                m_delegate.syncQueue().reset();
+                if (KVUserInterface *ui = m_delegate.userInterface())
+                    ui->displayString(tr("Syncing has not been completed"));
+                m_delegate.dispatchMainAfter(3.0, [this] { m_delegate.chooseWhatToShowOnDisplay(); });
+            });
+        } else if (wasRunning) {
+            syncQueue.tryCompletePreviosSync();
+        }
+    });
+
+    if (missing)
+        m_delegate.reloadModel();
+}
+
+void KVVanishedFiles::waitForRecovery()
+{
+    std::lock_guard lock(m_recoveryMutex);
+    if (m_recovery.joinable())
+        m_recovery.join();
+}

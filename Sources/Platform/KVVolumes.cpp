@@ -1,0 +1,176 @@
+#include "KVVolumes.h"
+
+#include "KVDispatch.h"
+
+#include <QFile>
+#include <QSet>
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace {
+
+// mountinfo escapes blanks, tabs, newlines and backslashes as three octal digits.
+QString unescapeMountPath(const QByteArray &field)
+{
+    QByteArray path;
+    path.reserve(field.size());
+    for (qsizetype i = 0; i < field.size(); ++i) {
+        if (field[i] == '\\' && i + 3 < field.size()) {
+            bool ok = false;
+            const int value = field.mid(i + 1, 3).toInt(&ok, 8);
+            if (ok) {
+                path += char(value);
+                i += 3;
+                continue;
+            }
+        }
+        path += field[i];
+    }
+    return QFile::decodeName(path);
+}
+
+bool isHiddenVolume(const QString &path, const QString &type)
+{
+    static const QSet<QString> pseudoTypes = {
+        QStringLiteral("proc"),       QStringLiteral("sysfs"),     QStringLiteral("cgroup"),
+        QStringLiteral("cgroup2"),    QStringLiteral("devpts"),    QStringLiteral("devtmpfs"),
+        QStringLiteral("mqueue"),     QStringLiteral("debugfs"),   QStringLiteral("tracefs"),
+        QStringLiteral("securityfs"), QStringLiteral("pstore"),    QStringLiteral("bpf"),
+        QStringLiteral("configfs"),   QStringLiteral("fusectl"),   QStringLiteral("hugetlbfs"),
+        QStringLiteral("autofs"),     QStringLiteral("binfmt_misc"), QStringLiteral("nsfs"),
+        QStringLiteral("efivarfs"),   QStringLiteral("rpc_pipefs"),
+    };
+    if (pseudoTypes.contains(type))
+        return true;
+    for (const char *system : {"/proc", "/sys", "/dev", "/run"}) {
+        const QString prefix = QLatin1String(system);
+        if (path == prefix || path.startsWith(prefix + QLatin1Char('/')))
+            return true;
+    }
+    return false;
+}
+
+std::vector<KVMountedVolume> parseMountInfo(const QByteArray &text)
+{
+    std::vector<KVMountedVolume> volumes;
+    for (const QByteArray &line : text.split('\n')) {
+        const QList<QByteArray> fields = line.split(' ');
+        const qsizetype separator = fields.indexOf("-");
+        if (fields.size() < 5 || separator < 0 || separator + 1 >= fields.size())
+            continue;
+        KVMountedVolume volume;
+        volume.path = unescapeMountPath(fields[4]);
+        volume.type = QString::fromLatin1(fields[separator + 1]);
+        volume.isHidden = isHiddenVolume(volume.path, volume.type);
+        volumes.push_back(volume);
+    }
+    return volumes;
+}
+
+QByteArray readMountInfo(int fd)
+{
+    QByteArray text;
+    char buffer[8192];
+    ::lseek(fd, 0, SEEK_SET);
+    for (;;) {
+        const ssize_t count = ::read(fd, buffer, sizeof buffer);
+        if (count <= 0)
+            break;
+        text.append(buffer, count);
+    }
+    return text;
+}
+
+class UnmountWatcher {
+public:
+    static UnmountWatcher &shared()
+    {
+        // Never destroyed: the watching thread may outlive every other static.
+        static UnmountWatcher *watcher = new UnmountWatcher;
+        return *watcher;
+    }
+
+    void setHandler(std::function<void(const QString &)> handler)
+    {
+        std::lock_guard lock(m_mutex);
+        m_handler = std::move(handler);
+        if (!m_started) {
+            m_started = true;
+            std::thread([this] { watch(); }).detach();
+        }
+    }
+
+private:
+    void watch()
+    {
+        const int fd = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
+        if (fd < 0)
+            return;
+        QSet<QString> mounted;
+        for (const KVMountedVolume &volume : parseMountInfo(readMountInfo(fd)))
+            mounted.insert(volume.path);
+        for (;;) {
+            // The kernel flags the table with POLLPRI whenever a mount comes or goes.
+            pollfd watched{fd, POLLPRI, 0};
+            if (::poll(&watched, 1, -1) < 0)
+                continue;
+            QSet<QString> now;
+            for (const KVMountedVolume &volume : parseMountInfo(readMountInfo(fd)))
+                now.insert(volume.path);
+            const QSet<QString> gone = mounted - now;
+            mounted = now;
+            std::function<void(const QString &)> handler;
+            {
+                std::lock_guard lock(m_mutex);
+                handler = m_handler;
+            }
+            if (!handler)
+                continue;
+            for (const QString &path : gone)
+                KVDispatchMain([handler, path] { handler(path); });
+        }
+    }
+
+    std::mutex m_mutex;
+    std::function<void(const QString &)> m_handler;
+    bool m_started = false;
+};
+
+} // namespace
+
+namespace KVVolumes {
+
+std::vector<KVMountedVolume> mountedVolumes()
+{
+    QFile file(QStringLiteral("/proc/self/mountinfo"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return parseMountInfo(file.readAll());
+}
+
+std::optional<qint64> freeSize(const QString &path)
+{
+    struct statvfs info {};
+    if (::statvfs(QFile::encodeName(path).constData(), &info) != 0)
+        return std::nullopt;
+    return qint64(info.f_bavail) * qint64(info.f_frsize);
+}
+
+bool isWritable(const QString &path)
+{
+    return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0;
+}
+
+void setUnmountHandler(std::function<void(const QString &devicePath)> handler)
+{
+    UnmountWatcher::shared().setHandler(std::move(handler));
+}
+
+} // namespace KVVolumes

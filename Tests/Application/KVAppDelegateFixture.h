@@ -1,0 +1,37 @@
+#pragma once
+
+#include "KVAppDelegate.h"
+#include "KVHeadlessUserInterface.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+// A delegate with a window that has no pixels, its tool pointed at the real exiftool (or a slow
+// stand-in), its temporary copies and Trash in a folder of the test's own.
+class KVAppDelegateFixture : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Copies a sample into folder/name and gives it a capture date ("yyyy:MM:dd HH:mm:ss").
+    QString makePhoto(const QString &folder, const QString &name, const QString &sample,
+                      const QString &date);
+    void add(const QStringList &paths);
+    KVImageFileRef photo(const QString &path) const;
+    // The capture date as written in the file, read by a fresh reader.
+    static QString dateOnDisk(const QString &path);
+    // A tool that waits before it runs the real one, so a run can be caught midway.
+    QString slowTool(double seconds);
+    bool waitForRunToEnd();
+    static bool canMount();
+    static bool run(const QString &program, const QStringList &arguments);
+
+    QTemporaryDir m_root;
+    KVHeadlessUserInterface m_ui;
+    std::unique_ptr<KVAppDelegate> m_delegate;
+
+private:
+    QByteArray m_savedRuntimeDir;
+    QByteArray m_savedDataHome;
+};
