@@ -13,8 +13,7 @@
 
 namespace {
 
-QString tr(const char *text)
-{
+QString tr(const char *text) {
     return QCoreApplication::translate("KVAppDelegate", text);
 }
 
@@ -25,12 +24,10 @@ constexpr qint64 kKVMinimumFreeSize = 31457280;
 
 KVAppDelegate::KVAppDelegate(KVUserInterface *userInterface)
     : KVCameraSets(userInterface)
-    , m_vanishedFiles(*this)
-{
+    , m_vanishedFiles(*this) {
 }
 
-KVAppDelegate::~KVAppDelegate()
-{
+KVAppDelegate::~KVAppDelegate() {
     m_vanishedFiles.waitForRecovery();
     if (m_syncQueue) {
         m_syncQueue->waitUntilAllOperationsAreFinished();
@@ -43,8 +40,7 @@ KVAppDelegate::~KVAppDelegate()
         operation->removeObserver(this);
 }
 
-void KVAppDelegate::awakeFromNib()
-{
+void KVAppDelegate::awakeFromNib() {
     if (KVUserInterface *ui = userInterface()) {
         ui->setSyncButtonTitle(mainSyncButtonTitle());
         ui->setStartViewShown(true);
@@ -52,13 +48,11 @@ void KVAppDelegate::awakeFromNib()
     chooseWhatToShowOnDisplay();
 }
 
-QString KVAppDelegate::toolPathForBundle(const QString &bundlePath)
-{
+QString KVAppDelegate::toolPathForBundle(const QString &bundlePath) {
     return QDir(bundlePath).filePath(QStringLiteral("Contents/Frameworks/exiftool"));
 }
 
-void KVAppDelegate::applicationDidFinishLaunching(const QString &bundlePath)
-{
+void KVAppDelegate::applicationDidFinishLaunching(const QString &bundlePath) {
     KVUserDefaults::standardUserDefaults().registerDefaults(
         {{KVUserDefaults::verboseLoggingKey, false}});
     KVSetToolPath(toolPathForBundle(bundlePath).toUtf8().constData());
@@ -74,8 +68,7 @@ void KVAppDelegate::applicationDidFinishLaunching(const QString &bundlePath)
     m_vanishedFiles.scheduleChecks();
 }
 
-bool KVAppDelegate::applicationShouldTerminate()
-{
+bool KVAppDelegate::applicationShouldTerminate() {
     if (!isProcessingPathes())
         return true;
     if (KVUserInterface *ui = userInterface())
@@ -83,26 +76,22 @@ bool KVAppDelegate::applicationShouldTerminate()
     return false;
 }
 
-bool KVAppDelegate::windowShouldClose() const
-{
+bool KVAppDelegate::windowShouldClose() const {
     return !isProcessingPathes();
 }
 
-KVUndoManager &KVAppDelegate::undoManager()
-{
+KVUndoManager &KVAppDelegate::undoManager() {
     if (!m_undoManager)
         m_undoManager = std::make_unique<KVUndoManager>();
     return *m_undoManager;
 }
 
-void KVAppDelegate::verboseLogging()
-{
+void KVAppDelegate::verboseLogging() {
     KVUserDefaults &defaults = KVUserDefaults::standardUserDefaults();
     defaults.setBool(!defaults.verboseConsole(), KVUserDefaults::verboseLoggingKey);
 }
 
-bool KVAppDelegate::validateMenuItem(MenuAction action, bool *checkMark) const
-{
+bool KVAppDelegate::validateMenuItem(MenuAction action, bool *checkMark) const {
     const bool busy = isProcessingPathes();
     switch (action) {
     case MenuAction::AddFiles:
@@ -120,34 +109,29 @@ bool KVAppDelegate::validateMenuItem(MenuAction action, bool *checkMark) const
     return true;
 }
 
-bool KVAppDelegate::validateUndoItem(bool redo) const
-{
+bool KVAppDelegate::validateUndoItem(bool redo) const {
     if (isProcessingPathes() || !m_undoManager)
         return false;
     return redo ? m_undoManager->canRedo() : m_undoManager->canUndo();
 }
 
-QString KVAppDelegate::fullScreenTitle(bool isFullScreen) const
-{
+QString KVAppDelegate::fullScreenTitle(bool isFullScreen) const {
     static const QString inFullScreenTitle = tr("Enter Full Screen");
     static const QString outFullScreenTitle = tr("Exit Full Screen");
     return isFullScreen ? outFullScreenTitle : inFullScreenTitle;
 }
 
-QString KVAppDelegate::mainSyncButtonTitle()
-{
+QString KVAppDelegate::mainSyncButtonTitle() {
     static const QString title = tr("Sync Time");
     return title;
 }
 
-QString KVAppDelegate::alternateSyncButtonTitle()
-{
+QString KVAppDelegate::alternateSyncButtonTitle() {
     static const QString title = tr("Cancel Syncing");
     return title;
 }
 
-void KVAppDelegate::setEtalon(const KVImageFileRef &etalon)
-{
+void KVAppDelegate::setEtalon(const KVImageFileRef &etalon) {
     if (etalon == m_etalon)
         return;
     // A photo chosen as the reference replaces a base date set by hand.
@@ -159,24 +143,20 @@ void KVAppDelegate::setEtalon(const KVImageFileRef &etalon)
     chooseWhatToShowOnDisplay();
 }
 
-KVReferenceSet KVAppDelegate::etalonWithSelectedImages() const
-{
+KVReferenceSet KVAppDelegate::etalonWithSelectedImages() const {
     return KVReferenceSet::gather(imageFiles(), m_etalon);
 }
 
-bool KVAppDelegate::isValidSetOfImagesForTimeSynchronization(const KVReferenceSet &set) const
-{
+bool KVAppDelegate::isValidSetOfImagesForTimeSynchronization(const KVReferenceSet &set) const {
     return set.isValidForTimeSynchronization();
 }
 
-bool KVAppDelegate::isSetOfImagesSynchrinizedAlready(const KVReferenceSet &set) const
-{
+bool KVAppDelegate::isSetOfImagesSynchrinizedAlready(const KVReferenceSet &set) const {
     return set.isSynchronizedAlready();
 }
 
 void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
-                                       const KVCameraSetsRef &imageFiles)
-{
+                                       const KVCameraSetsRef &imageFiles) {
     lockUI();
     KVOperationQueue &queue = syncQueue();
     queue.reset();
@@ -193,9 +173,11 @@ void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
 
     KVTimeIntervals inverse;
     for (const auto &[key, interval] : intervals) {
-        const auto camera = imageFiles ? imageFiles->find(key) : KVCameraSetDictionary::const_iterator();
-        const std::vector<KVImageFileRef> files =
-            imageFiles && camera != imageFiles->end() ? camera->second : std::vector<KVImageFileRef>();
+        const auto camera =
+            imageFiles ? imageFiles->find(key) : KVCameraSetDictionary::const_iterator();
+        const std::vector<KVImageFileRef> files = imageFiles && camera != imageFiles->end()
+                                                      ? camera->second
+                                                      : std::vector<KVImageFileRef>();
         auto operation = std::make_shared<KVSynchronizationOperation>(interval, files);
         {
             std::lock_guard lock(m_syncOperationsMutex);
@@ -207,7 +189,8 @@ void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
     }
 
     auto registerInverse = [this, inverse, imageFiles] {
-        undoManager().registerUndo([this, inverse, imageFiles] { applyTimeIntervals(inverse, imageFiles); });
+        undoManager().registerUndo(
+            [this, inverse, imageFiles] { applyTimeIntervals(inverse, imageFiles); });
     };
     if (!undoing && !redoing) {
         // Undo becomes possible only once the run has gone to its end.
@@ -224,8 +207,7 @@ void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
     queue.startSynchronization();
 }
 
-void KVAppDelegate::didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon)
-{
+void KVAppDelegate::didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon) {
     if (!etalon)
         return;
     const std::vector<KVImageFileRef> &files = cameraImagesWithIndex(cameraIndex);
@@ -233,15 +215,13 @@ void KVAppDelegate::didSelectCameraIndex(int cameraIndex, int imageIndex, bool e
         setEtalon(files[imageIndex]);
 }
 
-void KVAppDelegate::didDeselectAllItemsAtCameraIndex(int cameraIndex)
-{
+void KVAppDelegate::didDeselectAllItemsAtCameraIndex(int cameraIndex) {
     // A base date set by hand is keyed "No Name" too, so deselecting that camera clears it.
     if (m_etalon && sortedCameras().value(cameraIndex) == m_etalon->fullCameraName())
         setEtalon(nullptr);
 }
 
-void KVAppDelegate::synchronizeTimeOrCancel()
-{
+void KVAppDelegate::synchronizeTimeOrCancel() {
     KVUserInterface *ui = userInterface();
     if (ui && ui->syncButtonTitle() == alternateSyncButtonTitle()) {
         ui->setSyncButtonTitle(mainSyncButtonTitle());
@@ -295,19 +275,16 @@ void KVAppDelegate::synchronizeTimeOrCancel()
     applyTimeIntervals(intervals, snapshot);
 }
 
-bool KVAppDelegate::isSynchronizationPossible() const
-{
+bool KVAppDelegate::isSynchronizationPossible() const {
     return isValidSetOfImagesForTimeSynchronization(etalonWithSelectedImages());
 }
 
-bool KVAppDelegate::isProcessingPathes() const
-{
+bool KVAppDelegate::isProcessingPathes() const {
     return KVCameraSets::isProcessingPathes() ||
            (m_syncQueue && m_syncQueue->isSynchronizationInProcess());
 }
 
-bool KVAppDelegate::isEnabledSynchronization() const
-{
+bool KVAppDelegate::isEnabledSynchronization() const {
     // Cancelling is always possible.
     const KVUserInterface *ui = userInterface();
     if (ui && ui->syncButtonTitle() != mainSyncButtonTitle())
@@ -317,13 +294,11 @@ bool KVAppDelegate::isEnabledSynchronization() const
     return isSynchronizationPossible();
 }
 
-bool KVAppDelegate::isManualSetEnable() const
-{
+bool KVAppDelegate::isManualSetEnable() const {
     return numberOfCamerasInBrowser() > 0 && !isProcessingPathes();
 }
 
-void KVAppDelegate::chooseWhatToShowOnDisplay()
-{
+void KVAppDelegate::chooseWhatToShowOnDisplay() {
     KVUserInterface *ui = userInterface();
     if (!ui)
         return;
@@ -335,27 +310,25 @@ void KVAppDelegate::chooseWhatToShowOnDisplay()
         KVCameraSets::chooseWhatToShowOnDisplay();
 }
 
-void KVAppDelegate::showNotAddedFiles(const QList<QVariantMap> &records)
-{
+void KVAppDelegate::showNotAddedFiles(const QList<QVariantMap> &records) {
     const KVFileReportContent content = KVFileReportContent::setUp(KVUserInterface::NotAddedFiles);
     if (KVUserInterface *ui = userInterface())
         ui->showFileReport(content.type, records);
 }
 
-void KVAppDelegate::showNotChangedFiles(const QList<QUrl> &files)
-{
+void KVAppDelegate::showNotChangedFiles(const QList<QUrl> &files) {
     QList<QVariantMap> records;
     for (const QUrl &url : files)
         records << QVariantMap{{QStringLiteral("path"), url.toLocalFile()}};
     // This report's set-up fails (see KVFileReportContent); the error leaves here, and the event
     // loop's handler logs it.
-    const KVFileReportContent content = KVFileReportContent::setUp(KVUserInterface::NotChangedFiles);
+    const KVFileReportContent content =
+        KVFileReportContent::setUp(KVUserInterface::NotChangedFiles);
     if (KVUserInterface *ui = userInterface())
         ui->showFileReport(content.type, records);
 }
 
-void KVAppDelegate::removeFiles()
-{
+void KVAppDelegate::removeFiles() {
     // A base date set by hand survives clearing the photos.
     if (m_etalon && !m_etalon->url().isEmpty())
         setEtalon(nullptr);
@@ -369,8 +342,7 @@ void KVAppDelegate::removeFiles()
     }
 }
 
-KVOperationQueue &KVAppDelegate::syncQueue()
-{
+KVOperationQueue &KVAppDelegate::syncQueue() {
     if (!m_syncQueue) {
         m_syncQueue = std::make_unique<KVOperationQueue>();
         m_syncQueue->addObserver(this, QStringLiteral("isSynchronizationInProcess"));
@@ -379,8 +351,7 @@ KVOperationQueue &KVAppDelegate::syncQueue()
     return *m_syncQueue;
 }
 
-KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController()
-{
+KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController() {
     if (!m_manualDateTimeViewController) {
         m_manualDateTimeViewController = std::make_unique<KVManualDateTimeViewController>();
         m_manualDateTimeViewController->addObserver(this, QStringLiteral("isEtalonDateSet"));
@@ -389,25 +360,23 @@ KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController()
     return *m_manualDateTimeViewController;
 }
 
-void KVAppDelegate::popoverWillShow()
-{
+void KVAppDelegate::popoverWillShow() {
     manualDateTimeViewController().setFullDate(m_etalon ? m_etalon->creationDate()
                                                         : QDateTime::currentDateTime());
 }
 
-QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &key) const
-{
+QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &key) const {
     return KVCameraSets::keyPathsForValuesAffectingValueForKey(key);
 }
 
-void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *object)
-{
+void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
     if (keyPath == QLatin1String("isFinished")) {
         KVSynchronizationOperationRef operation;
         {
             std::lock_guard lock(m_syncOperationsMutex);
-            auto it = std::find_if(m_watchedSyncOperations.begin(), m_watchedSyncOperations.end(),
-                                   [&](const auto &candidate) { return candidate.get() == object; });
+            auto it =
+                std::find_if(m_watchedSyncOperations.begin(), m_watchedSyncOperations.end(),
+                             [&](const auto &candidate) { return candidate.get() == object; });
             if (it != m_watchedSyncOperations.end()) {
                 operation = *it;
                 m_watchedSyncOperations.erase(it);
@@ -438,21 +407,22 @@ void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable 
         if (KVIsMainThread())
             followReferenceRules(file);
         else
-            dispatchMain([this, self = file->shared_from_this()] { followReferenceRules(self.get()); });
+            dispatchMain(
+                [this, self = file->shared_from_this()] { followReferenceRules(self.get()); });
     } else if (keyPath == QLatin1String("url")) {
         dispatchMain([this, self = static_cast<KVImageFile *>(object)->shared_from_this()] {
             if (self == m_etalon && userInterface())
                 userInterface()->displayImageFile(m_etalon);
         });
-    } else if (keyPath == QLatin1String("isEtalonDateSet") || keyPath == QLatin1String("fullDate")) {
+    } else if (keyPath == QLatin1String("isEtalonDateSet") ||
+               keyPath == QLatin1String("fullDate")) {
         followManualDate();
     } else {
         KVCameraSets::observeValueForKeyPath(keyPath, object);
     }
 }
 
-void KVAppDelegate::followReferenceRules(KVImageFile *file)
-{
+void KVAppDelegate::followReferenceRules(KVImageFile *file) {
     const KVImageState state = file->imageState();
     if (state == KVImageStateEtalon) {
         setEtalon(file->shared_from_this());
@@ -461,8 +431,7 @@ void KVAppDelegate::followReferenceRules(KVImageFile *file)
     }
 }
 
-void KVAppDelegate::followManualDate()
-{
+void KVAppDelegate::followManualDate() {
     KVManualDateTimeViewController &controller = manualDateTimeViewController();
     if (controller.isEtalonDateSet()) {
         const QDateTime date = controller.fullDate();
@@ -479,8 +448,7 @@ void KVAppDelegate::followManualDate()
     }
 }
 
-void KVAppDelegate::operationCountDidChange(KVBaseOperationQueue *changed)
-{
+void KVAppDelegate::operationCountDidChange(KVBaseOperationQueue *changed) {
     didChangeValueForKey(QStringLiteral("isProcessingPathes"));
     const bool isSyncQueue = changed == m_syncQueue.get();
     dispatchMain([this, isSyncQueue] {
@@ -499,8 +467,7 @@ void KVAppDelegate::operationCountDidChange(KVBaseOperationQueue *changed)
     });
 }
 
-void KVAppDelegate::synchronizationDidEnd()
-{
+void KVAppDelegate::synchronizationDidEnd() {
     if (!m_syncQueue || m_syncQueue->isSynchronizationInProcess())
         return;
     if (queue().operationCount() == 0)

@@ -2,14 +2,14 @@
 
 #include <QCoreApplication>
 
-KVFileReportContent KVFileReportContent::setUp(KVUserInterface::FileReportType type)
-{
+KVFileReportContent KVFileReportContent::setUp(KVUserInterface::FileReportType type) {
     KVFileReportContent content;
     content.type = type;
     if (type == KVUserInterface::NotChangedFiles) {
         content.title = QCoreApplication::translate("KVAddFilesAlertPanel", "Cannot change date");
         const QString line = QCoreApplication::translate(
-            "KVAddFilesAlertPanel", "Kalvora did not change the date settings for the following files:");
+            "KVAddFilesAlertPanel",
+            "Kalvora did not change the date settings for the following files:");
         Q_UNUSED(line);
         throw KVProgrammingError("setStringValue: sent to a plain string (the description of "
                                  "KVAddFilesAlertPanel), which has no such operation");

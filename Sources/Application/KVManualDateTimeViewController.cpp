@@ -2,28 +2,24 @@
 
 const QString KVManualDateTimeViewController::nibName = QStringLiteral("KVManualDateTimeView");
 
-void KVManualDateTimeViewController::setDate(const QDateTime &date)
-{
+void KVManualDateTimeViewController::setDate(const QDateTime &date) {
     m_date = date;
     didChangeValueForKey(QStringLiteral("date"));
 }
 
-void KVManualDateTimeViewController::setTime(const QDateTime &time)
-{
+void KVManualDateTimeViewController::setTime(const QDateTime &time) {
     m_time = time;
     didChangeValueForKey(QStringLiteral("time"));
 }
 
-QDateTime KVManualDateTimeViewController::fullDate() const
-{
+QDateTime KVManualDateTimeViewController::fullDate() const {
     // Joined as text, like the EXIF layout, so the result is whole seconds of local time.
     const QString text = m_date.toLocalTime().toString(QStringLiteral("yyyy:MM:dd")) +
                          m_time.toLocalTime().toString(QStringLiteral(" HH:mm:ss"));
     return QDateTime::fromString(text, QStringLiteral("yyyy:MM:dd HH:mm:ss"));
 }
 
-void KVManualDateTimeViewController::setFullDate(const QDateTime &date)
-{
+void KVManualDateTimeViewController::setFullDate(const QDateTime &date) {
     // Both pickers take the value before anyone hears of it, so no observer ever sees the new
     // day joined with the old time.
     m_date = date;
@@ -32,14 +28,13 @@ void KVManualDateTimeViewController::setFullDate(const QDateTime &date)
     didChangeValueForKey(QStringLiteral("time"));
 }
 
-void KVManualDateTimeViewController::setIsEtalonDateSet(bool isSet)
-{
+void KVManualDateTimeViewController::setIsEtalonDateSet(bool isSet) {
     m_isEtalonDateSet = isSet;
     didChangeValueForKey(QStringLiteral("isEtalonDateSet"));
 }
 
-QStringList KVManualDateTimeViewController::keyPathsForValuesAffectingValueForKey(const QString &key) const
-{
+QStringList
+KVManualDateTimeViewController::keyPathsForValuesAffectingValueForKey(const QString &key) const {
     if (key == QLatin1String("fullDate"))
         return {QStringLiteral("date"), QStringLiteral("time")};
     return KVObservable::keyPathsForValuesAffectingValueForKey(key);

@@ -11,13 +11,11 @@
 
 namespace {
 
-QString tr(const char *text)
-{
+QString tr(const char *text) {
     return QCoreApplication::translate("KVAppDelegate", text);
 }
 
-bool isMountedFolder(const QString &path)
-{
+bool isMountedFolder(const QString &path) {
     // An emptied mount point stays behind as a folder here, so "back" means mounted again.
     if (!QFileInfo(path).isDir())
         return false;
@@ -29,17 +27,14 @@ bool isMountedFolder(const QString &path)
 } // namespace
 
 KVVanishedFiles::KVVanishedFiles(KVAppDelegate &delegate)
-    : m_delegate(delegate)
-{
+    : m_delegate(delegate) {
 }
 
-KVVanishedFiles::~KVVanishedFiles()
-{
+KVVanishedFiles::~KVVanishedFiles() {
     waitForRecovery();
 }
 
-void KVVanishedFiles::scheduleChecks()
-{
+void KVVanishedFiles::scheduleChecks() {
     if (!m_removedFilesTimer) {
         m_removedFilesTimer = std::make_unique<QTimer>();
         m_removedFilesTimer->callOnTimeout([this] { checkForRemovedFiles(); });
@@ -47,20 +42,17 @@ void KVVanishedFiles::scheduleChecks()
     m_removedFilesTimer->start(checkIntervalMilliseconds);
 }
 
-void KVVanishedFiles::fileDidRemove(const KVImageFileRef &file)
-{
+void KVVanishedFiles::fileDidRemove(const KVImageFileRef &file) {
     std::lock_guard lock(m_removedImagesMutex);
     m_removedImages.push_back(file);
 }
 
-std::vector<KVImageFileRef> KVVanishedFiles::removedImages() const
-{
+std::vector<KVImageFileRef> KVVanishedFiles::removedImages() const {
     std::lock_guard lock(m_removedImagesMutex);
     return m_removedImages;
 }
 
-QString KVVanishedFiles::removedFilesList(const QStringList &paths)
-{
+QString KVVanishedFiles::removedFilesList(const QStringList &paths) {
     QString list;
     list.reserve(512);
     for (qsizetype i = 0; i < paths.size(); ++i) {
@@ -73,8 +65,7 @@ QString KVVanishedFiles::removedFilesList(const QStringList &paths)
     return list;
 }
 
-void KVVanishedFiles::checkForRemovedFiles()
-{
+void KVVanishedFiles::checkForRemovedFiles() {
     if (m_removedFilesTimer)
         m_removedFilesTimer->stop();
     const std::vector<KVImageFileRef> reported = removedImages();
@@ -101,8 +92,7 @@ void KVVanishedFiles::checkForRemovedFiles()
     scheduleChecks();
 }
 
-bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned)
-{
+bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned) {
     std::lock_guard lock(m_delegate.lock());
     bool anyGone = false;
     const KVCameraSetsRef imageFiles = m_delegate.imageFiles();
@@ -122,8 +112,7 @@ bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned)
     return anyGone;
 }
 
-void KVVanishedFiles::diskDidUnmount(const QString &devicePath)
-{
+void KVVanishedFiles::diskDidUnmount(const QString &devicePath) {
     if (!markVanishedPhotos(false))
         return;
 
@@ -138,13 +127,14 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath)
     bool abandoned = false;
     if (KVUserInterface *ui = m_delegate.userInterface()) {
         if (wasRunning) {
-            const QString text = tr("The disk %1, which contains one or more of the photos that you "
-                                    "have chosen to sync, has been disconnected from your computer. "
-                                    "Reconnect the disk, and then try again.")
-                                     .arg(devicePath);
+            const QString text =
+                tr("The disk %1, which contains one or more of the photos that you "
+                   "have chosen to sync, has been disconnected from your computer. "
+                   "Reconnect the disk, and then try again.")
+                    .arg(devicePath);
             for (;;) {
-                const int button =
-                    ui->runAlert(tr("Cannot open file or files"), text, {tr("Try Again"), tr("Cancel")});
+                const int button = ui->runAlert(tr("Cannot open file or files"), text,
+                                                {tr("Try Again"), tr("Cancel")});
                 if (button != 0) {
                     abandoned = true;
                     break;
@@ -181,7 +171,8 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath)
                 m_delegate.syncQueue().reset();
                 if (KVUserInterface *ui = m_delegate.userInterface())
                     ui->displayString(tr("Syncing has not been completed"));
-                m_delegate.dispatchMainAfter(3.0, [this] { m_delegate.chooseWhatToShowOnDisplay(); });
+                m_delegate.dispatchMainAfter(3.0,
+                                             [this] { m_delegate.chooseWhatToShowOnDisplay(); });
             });
         } else if (wasRunning) {
             syncQueue.tryCompletePreviosSync();
@@ -192,8 +183,7 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath)
         m_delegate.reloadModel();
 }
 
-void KVVanishedFiles::waitForRecovery()
-{
+void KVVanishedFiles::waitForRecovery() {
     std::lock_guard lock(m_recoveryMutex);
     if (m_recovery.joinable())
         m_recovery.join();

@@ -6,18 +6,15 @@
 
 namespace KVURLExtensions {
 
-bool isFileWritable(const QUrl &url)
-{
+bool isFileWritable(const QUrl &url) {
     return url.isLocalFile() && KVVolumes::isWritable(url.toLocalFile());
 }
 
-QString volumePath(const QUrl &url)
-{
+QString volumePath(const QUrl &url) {
     std::vector<KVMountedVolume> volumes = KVVolumes::mountedVolumes();
     std::erase_if(volumes, [](const KVMountedVolume &volume) { return volume.isHidden; });
-    std::stable_sort(volumes.begin(), volumes.end(), [](const auto &a, const auto &b) {
-        return a.path.size() > b.path.size();
-    });
+    std::stable_sort(volumes.begin(), volumes.end(),
+                     [](const auto &a, const auto &b) { return a.path.size() > b.path.size(); });
     const QString path = url.toLocalFile();
     // A plain text prefix, as the platform does it: "/media/card" also holds "/media/cards/x".
     for (const KVMountedVolume &volume : volumes) {

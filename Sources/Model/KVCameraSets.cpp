@@ -286,8 +286,7 @@ void KVCameraSets::dispatchMain(std::function<void()> work) {
     });
 }
 
-void KVCameraSets::dispatchMainAfter(double seconds, std::function<void()> work)
-{
+void KVCameraSets::dispatchMainAfter(double seconds, std::function<void()> work) {
     KVDispatchMainAfter(seconds, [alive = std::weak_ptr<int>(m_lifeToken), work = std::move(work)] {
         if (alive.lock())
             work();

@@ -99,8 +99,7 @@ int KVHeadlessUserInterface::runAlert(const QString &title, const QString &text,
     return std::max<int>(0, buttons.size() - 1);
 }
 
-void KVHeadlessUserInterface::setAlertHandler(std::function<int(const Alert &)> handler)
-{
+void KVHeadlessUserInterface::setAlertHandler(std::function<int(const Alert &)> handler) {
     std::lock_guard lock(m_mutex);
     m_alertHandler = std::move(handler);
 }
@@ -160,28 +159,24 @@ QStringList KVHeadlessUserInterface::calls() const {
     return m_calls;
 }
 
-QString KVHeadlessUserInterface::syncButtonTitle() const
-{
+QString KVHeadlessUserInterface::syncButtonTitle() const {
     std::lock_guard lock(m_mutex);
     return m_syncButtonTitle;
 }
 
-void KVHeadlessUserInterface::setSyncButtonTitle(const QString &title)
-{
+void KVHeadlessUserInterface::setSyncButtonTitle(const QString &title) {
     std::lock_guard lock(m_mutex);
     m_syncButtonTitle = title;
     record(QStringLiteral("syncButton:") + title);
 }
 
-void KVHeadlessUserInterface::beep()
-{
+void KVHeadlessUserInterface::beep() {
     std::lock_guard lock(m_mutex);
     ++m_beeps;
     record(QStringLiteral("beep"));
 }
 
-int KVHeadlessUserInterface::beepCount() const
-{
+int KVHeadlessUserInterface::beepCount() const {
     std::lock_guard lock(m_mutex);
     return m_beeps;
 }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-KVReferenceSet KVReferenceSet::gather(const KVCameraSetsRef &imageFiles, const KVImageFileRef &etalon)
-{
+KVReferenceSet KVReferenceSet::gather(const KVCameraSetsRef &imageFiles,
+                                      const KVImageFileRef &etalon) {
     KVReferenceSet set;
     if (imageFiles) {
         for (const auto &[key, files] : *imageFiles) {
@@ -25,21 +25,18 @@ KVReferenceSet KVReferenceSet::gather(const KVCameraSetsRef &imageFiles, const K
     return set;
 }
 
-bool KVReferenceSet::isValidForTimeSynchronization() const
-{
+bool KVReferenceSet::isValidForTimeSynchronization() const {
     return etalon && !selectedImages.empty();
 }
 
-bool KVReferenceSet::isSynchronizedAlready() const
-{
+bool KVReferenceSet::isSynchronizedAlready() const {
     const QDateTime reference = etalon ? etalon->creationDate() : QDateTime();
     return std::all_of(selectedImages.begin(), selectedImages.end(), [&](const auto &entry) {
         return entry.second->creationDate() == reference;
     });
 }
 
-KVTimeIntervals KVReferenceSet::timeIntervals() const
-{
+KVTimeIntervals KVReferenceSet::timeIntervals() const {
     KVTimeIntervals intervals;
     if (!etalon)
         return intervals;

@@ -118,8 +118,7 @@ void KVBaseOperationQueue::waitUntilAllOperationsAreFinished() {
     m_idleCondition.wait(lock, [this] { return m_pending.empty() && m_running.empty(); });
 }
 
-void KVBaseOperationQueue::waitUntilRunningOperationsAreFinished()
-{
+void KVBaseOperationQueue::waitUntilRunningOperationsAreFinished() {
     std::unique_lock lock(m_mutex);
     m_idleCondition.wait(lock, [this] { return m_running.empty(); });
 }

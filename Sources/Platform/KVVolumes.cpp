@@ -17,8 +17,7 @@
 namespace {
 
 // mountinfo escapes blanks, tabs, newlines and backslashes as three octal digits.
-QString unescapeMountPath(const QByteArray &field)
-{
+QString unescapeMountPath(const QByteArray &field) {
     QByteArray path;
     path.reserve(field.size());
     for (qsizetype i = 0; i < field.size(); ++i) {
@@ -36,14 +35,13 @@ QString unescapeMountPath(const QByteArray &field)
     return QFile::decodeName(path);
 }
 
-bool isHiddenVolume(const QString &path, const QString &type)
-{
+bool isHiddenVolume(const QString &path, const QString &type) {
     static const QSet<QString> pseudoTypes = {
-        QStringLiteral("proc"),       QStringLiteral("sysfs"),     QStringLiteral("cgroup"),
-        QStringLiteral("cgroup2"),    QStringLiteral("devpts"),    QStringLiteral("devtmpfs"),
-        QStringLiteral("mqueue"),     QStringLiteral("debugfs"),   QStringLiteral("tracefs"),
-        QStringLiteral("securityfs"), QStringLiteral("pstore"),    QStringLiteral("bpf"),
-        QStringLiteral("configfs"),   QStringLiteral("fusectl"),   QStringLiteral("hugetlbfs"),
+        QStringLiteral("proc"),       QStringLiteral("sysfs"),       QStringLiteral("cgroup"),
+        QStringLiteral("cgroup2"),    QStringLiteral("devpts"),      QStringLiteral("devtmpfs"),
+        QStringLiteral("mqueue"),     QStringLiteral("debugfs"),     QStringLiteral("tracefs"),
+        QStringLiteral("securityfs"), QStringLiteral("pstore"),      QStringLiteral("bpf"),
+        QStringLiteral("configfs"),   QStringLiteral("fusectl"),     QStringLiteral("hugetlbfs"),
         QStringLiteral("autofs"),     QStringLiteral("binfmt_misc"), QStringLiteral("nsfs"),
         QStringLiteral("efivarfs"),   QStringLiteral("rpc_pipefs"),
     };
@@ -57,8 +55,7 @@ bool isHiddenVolume(const QString &path, const QString &type)
     return false;
 }
 
-std::vector<KVMountedVolume> parseMountInfo(const QByteArray &text)
-{
+std::vector<KVMountedVolume> parseMountInfo(const QByteArray &text) {
     std::vector<KVMountedVolume> volumes;
     for (const QByteArray &line : text.split('\n')) {
         const QList<QByteArray> fields = line.split(' ');
@@ -74,8 +71,7 @@ std::vector<KVMountedVolume> parseMountInfo(const QByteArray &text)
     return volumes;
 }
 
-QByteArray readMountInfo(int fd)
-{
+QByteArray readMountInfo(int fd) {
     QByteArray text;
     char buffer[8192];
     ::lseek(fd, 0, SEEK_SET);
@@ -90,15 +86,13 @@ QByteArray readMountInfo(int fd)
 
 class UnmountWatcher {
 public:
-    static UnmountWatcher &shared()
-    {
+    static UnmountWatcher &shared() {
         // Never destroyed: the watching thread may outlive every other static.
         static UnmountWatcher *watcher = new UnmountWatcher;
         return *watcher;
     }
 
-    void setHandler(std::function<void(const QString &)> handler)
-    {
+    void setHandler(std::function<void(const QString &)> handler) {
         std::lock_guard lock(m_mutex);
         m_handler = std::move(handler);
         if (!m_started) {
@@ -108,8 +102,7 @@ public:
     }
 
 private:
-    void watch()
-    {
+    void watch() {
         const int fd = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
         if (fd < 0)
             return;
@@ -147,29 +140,25 @@ private:
 
 namespace KVVolumes {
 
-std::vector<KVMountedVolume> mountedVolumes()
-{
+std::vector<KVMountedVolume> mountedVolumes() {
     QFile file(QStringLiteral("/proc/self/mountinfo"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return parseMountInfo(file.readAll());
 }
 
-std::optional<qint64> freeSize(const QString &path)
-{
+std::optional<qint64> freeSize(const QString &path) {
     struct statvfs info {};
     if (::statvfs(QFile::encodeName(path).constData(), &info) != 0)
         return std::nullopt;
     return qint64(info.f_bavail) * qint64(info.f_frsize);
 }
 
-bool isWritable(const QString &path)
-{
+bool isWritable(const QString &path) {
     return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0;
 }
 
-void setUnmountHandler(std::function<void(const QString &devicePath)> handler)
-{
+void setUnmountHandler(std::function<void(const QString &devicePath)> handler) {
     UnmountWatcher::shared().setHandler(std::move(handler));
 }
 

@@ -9,8 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 
-void KVAppDelegateFixture::SetUp()
-{
+void KVAppDelegateFixture::SetUp() {
     ASSERT_TRUE(m_root.isValid());
     m_savedRuntimeDir = qgetenv("XDG_RUNTIME_DIR");
     m_savedDataHome = qgetenv("XDG_DATA_HOME");
@@ -24,8 +23,7 @@ void KVAppDelegateFixture::SetUp()
     KVSetToolPath(KALVORA_EXIFTOOL);
 }
 
-void KVAppDelegateFixture::TearDown()
-{
+void KVAppDelegateFixture::TearDown() {
     if (m_delegate) {
         m_delegate->waitForDiskRecovery();
         waitForRunToEnd();
@@ -38,8 +36,7 @@ void KVAppDelegateFixture::TearDown()
 }
 
 QString KVAppDelegateFixture::makePhoto(const QString &folder, const QString &name,
-                                        const QString &sample, const QString &date)
-{
+                                        const QString &sample, const QString &date) {
     QDir().mkpath(folder);
     const QString path = folder + QLatin1Char('/') + name;
     QFile::remove(path);
@@ -49,15 +46,13 @@ QString KVAppDelegateFixture::makePhoto(const QString &folder, const QString &na
     return path;
 }
 
-void KVAppDelegateFixture::add(const QStringList &paths)
-{
+void KVAppDelegateFixture::add(const QStringList &paths) {
     const int reloads = m_ui.browserReloadCount();
     m_delegate->openFiles(paths);
     ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.browserReloadCount() > reloads; }));
 }
 
-KVImageFileRef KVAppDelegateFixture::photo(const QString &path) const
-{
+KVImageFileRef KVAppDelegateFixture::photo(const QString &path) const {
     for (int i = 0; i < m_delegate->numberOfCamerasInBrowser(); ++i) {
         for (const KVImageFileRef &file : m_delegate->imagesForCameraWithIndex(i)) {
             if (file->path() == path)
@@ -67,13 +62,11 @@ KVImageFileRef KVAppDelegateFixture::photo(const QString &path) const
     return nullptr;
 }
 
-QString KVAppDelegateFixture::dateOnDisk(const QString &path)
-{
+QString KVAppDelegateFixture::dateOnDisk(const QString &path) {
     return KVTest::readExif(path, "Exif.Photo.DateTimeOriginal");
 }
 
-QString KVAppDelegateFixture::slowTool(double seconds)
-{
+QString KVAppDelegateFixture::slowTool(double seconds) {
     const QString path = m_root.filePath("slow-exiftool");
     QFile tool(path);
     EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
@@ -86,16 +79,16 @@ QString KVAppDelegateFixture::slowTool(double seconds)
     return path;
 }
 
-bool KVAppDelegateFixture::waitForRunToEnd()
-{
-    return KVTest::waitFor([&] {
-        KVOperationQueue &queue = m_delegate->syncQueue();
-        return !queue.isSynchronizationInProcess() && queue.operationCount() == 0;
-    }, std::chrono::seconds(60));
+bool KVAppDelegateFixture::waitForRunToEnd() {
+    return KVTest::waitFor(
+        [&] {
+            KVOperationQueue &queue = m_delegate->syncQueue();
+            return !queue.isSynchronizationInProcess() && queue.operationCount() == 0;
+        },
+        std::chrono::seconds(60));
 }
 
-bool KVAppDelegateFixture::run(const QString &program, const QStringList &arguments)
-{
+bool KVAppDelegateFixture::run(const QString &program, const QStringList &arguments) {
     // Started without fork(), which ThreadSanitizer refuses in a process with threads.
     std::vector<std::string> words{program.toStdString()};
     for (const QString &argument : arguments)
@@ -109,8 +102,7 @@ bool KVAppDelegateFixture::run(const QString &program, const QStringList &argume
     return process.wait() == 0;
 }
 
-bool KVAppDelegateFixture::canMount()
-{
+bool KVAppDelegateFixture::canMount() {
     QTemporaryDir probe;
     if (!run("mount", {"-t", "tmpfs", "-o", "size=1m", "tmpfs", probe.path()}))
         return false;

@@ -15,8 +15,7 @@ const QString synced = QStringLiteral("Your photos have been synced\nsuccessfull
 
 class KVAppDelegateSyncTest : public KVAppDelegateFixture {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         KVAppDelegateFixture::SetUp();
         const QString folder = m_root.filePath("event");
         m_a1 = makePhoto(folder, "a1.jpg", "cameras/Canon_40D.jpg", "2024:06:01 12:00:00");
@@ -29,8 +28,7 @@ protected:
     }
 
     // What a double click on a1 and a click on b2 leave behind.
-    void markReferenceAndMatch()
-    {
+    void markReferenceAndMatch() {
         photo(m_a1)->setImageState(KVImageStateEtalon);
         photo(m_b2)->setImageState(KVImageStateSelected);
     }
@@ -38,14 +36,15 @@ protected:
     QStringList datesOfB() const { return {dateOnDisk(m_b1), dateOnDisk(m_b2), dateOnDisk(m_b3)}; }
     QStringList datesOfA() const { return {dateOnDisk(m_a1), dateOnDisk(m_a2)}; }
 
-    const QStringList originalB = {"2024:06:01 11:50:00", "2024:06:01 11:58:30", "2024:06:01 23:59:45"};
-    const QStringList shiftedB = {"2024:06:01 11:51:30", "2024:06:01 12:00:00", "2024:06:02 00:01:15"};
+    const QStringList originalB = {"2024:06:01 11:50:00", "2024:06:01 11:58:30",
+                                   "2024:06:01 23:59:45"};
+    const QStringList shiftedB = {"2024:06:01 11:51:30", "2024:06:01 12:00:00",
+                                  "2024:06:02 00:01:15"};
     const QStringList originalA = {"2024:06:01 12:00:00", "2024:06:01 12:10:00"};
     QString m_a1, m_a2, m_b1, m_b2, m_b3;
 };
 
-TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExactly)
-{
+TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExactly) {
     EXPECT_FALSE(m_delegate->isSynchronizationPossible());
     markReferenceAndMatch();
     EXPECT_EQ(m_delegate->etalon(), photo(m_a1));
@@ -62,12 +61,14 @@ TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExa
     EXPECT_TRUE(m_delegate->isProcessingPathes());
     EXPECT_FALSE(m_delegate->applicationShouldTerminate());
     EXPECT_EQ(m_ui.beepCount(), 1);
-    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
     ASSERT_TRUE(waitForRunToEnd());
     EXPECT_EQ(datesOfB(), shiftedB);
     EXPECT_EQ(datesOfA(), originalA);
     EXPECT_EQ(photo(m_b2)->creationDate(), photo(m_a1)->creationDate());
-    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.syncButtonTitle() == "Sync Time" && !m_ui.isLocked(); }));
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return m_ui.syncButtonTitle() == "Sync Time" && !m_ui.isLocked(); }));
     EXPECT_TRUE(m_delegate->applicationShouldTerminate());
     EXPECT_TRUE(m_delegate->validateUndoItem(false));
     EXPECT_FALSE(m_delegate->validateUndoItem(true));
@@ -92,8 +93,7 @@ TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExa
     EXPECT_TRUE(m_delegate->undoManager().canUndo());
 }
 
-TEST_F(KVAppDelegateSyncTest, CancelChangesEveryDonePhotoBackAndLeavesNothingToUndo)
-{
+TEST_F(KVAppDelegateSyncTest, CancelChangesEveryDonePhotoBackAndLeavesNothingToUndo) {
     markReferenceAndMatch();
     KVSetToolPath(slowTool(0.4).toUtf8().constData());
     m_delegate->synchronizeTimeOrCancel();
@@ -102,17 +102,17 @@ TEST_F(KVAppDelegateSyncTest, CancelChangesEveryDonePhotoBackAndLeavesNothingToU
     m_delegate->synchronizeTimeOrCancel();
     EXPECT_EQ(m_ui.syncButtonTitle(), "Sync Time");
     EXPECT_EQ(queue.operationType(), KVOperationTypeCancel);
-    ASSERT_TRUE(KVTest::waitFor([&] {
-        return queue.processedImagesCount() == 0 && queue.operationCount() == 0;
-    }, std::chrono::seconds(60)));
+    ASSERT_TRUE(KVTest::waitFor(
+        [&] { return queue.processedImagesCount() == 0 && queue.operationCount() == 0; },
+        std::chrono::seconds(60)));
     EXPECT_EQ(datesOfB(), originalB);
     EXPECT_EQ(datesOfA(), originalA);
     EXPECT_FALSE(m_delegate->undoManager().canUndo());
     EXPECT_NE(m_ui.displayedText(), synced);
 }
 
-TEST_F(KVAppDelegateSyncTest, HandSetBaseDateTurnsTheReferenceIntoAMatchAndShiftsEveryMatchedCamera)
-{
+TEST_F(KVAppDelegateSyncTest,
+       HandSetBaseDateTurnsTheReferenceIntoAMatchAndShiftsEveryMatchedCamera) {
     markReferenceAndMatch();
     KVManualDateTimeViewController &manual = m_delegate->manualDateTimeViewController();
     m_delegate->popoverWillShow();
@@ -128,10 +128,12 @@ TEST_F(KVAppDelegateSyncTest, HandSetBaseDateTurnsTheReferenceIntoAMatchAndShift
     EXPECT_EQ(set.selectedImages.size(), 2u);
 
     m_delegate->synchronizeTimeOrCancel();
-    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
     ASSERT_TRUE(waitForRunToEnd());
     EXPECT_EQ(datesOfA(), QStringList({"2024:06:01 12:30:00", "2024:06:01 12:40:00"}));
-    EXPECT_EQ(datesOfB(), QStringList({"2024:06:01 12:21:30", "2024:06:01 12:30:00", "2024:06:02 00:31:15"}));
+    EXPECT_EQ(datesOfB(),
+              QStringList({"2024:06:01 12:21:30", "2024:06:01 12:30:00", "2024:06:02 00:31:15"}));
 
     // Removing the photos keeps the base date as the reference; switching it off clears it.
     const KVImageFileRef base = m_delegate->etalon();
@@ -142,8 +144,7 @@ TEST_F(KVAppDelegateSyncTest, HandSetBaseDateTurnsTheReferenceIntoAMatchAndShift
     EXPECT_FALSE(m_delegate->etalon());
 }
 
-TEST_F(KVAppDelegateSyncTest, ChoosingAPhotoAsReferenceSwitchesTheManualModeOff)
-{
+TEST_F(KVAppDelegateSyncTest, ChoosingAPhotoAsReferenceSwitchesTheManualModeOff) {
     KVManualDateTimeViewController &manual = m_delegate->manualDateTimeViewController();
     manual.setFullDate(QDateTime(QDate(2024, 6, 1), QTime(9, 0)));
     manual.setIsEtalonDateSet(true);
@@ -157,8 +158,7 @@ TEST_F(KVAppDelegateSyncTest, ChoosingAPhotoAsReferenceSwitchesTheManualModeOff)
     EXPECT_FALSE(m_delegate->etalon());
 }
 
-TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel)
-{
+TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel) {
     EXPECT_EQ(m_ui.displayedText(),
               "Double-click a photo that\nhas correct time and date information\nor set \"base\" "
               "time and date manually");
@@ -190,8 +190,7 @@ TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel)
     EXPECT_FALSE(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::RemoveFiles));
 }
 
-TEST_F(KVAppDelegateSyncTest, PhotosTheToolCannotChangeAreReportedThroughAReportThatNeverShows)
-{
+TEST_F(KVAppDelegateSyncTest, PhotosTheToolCannotChangeAreReportedThroughAReportThatNeverShows) {
     markReferenceAndMatch();
     const QString failing = m_root.filePath("failing-tool");
     QFile tool(failing);
@@ -202,7 +201,8 @@ TEST_F(KVAppDelegateSyncTest, PhotosTheToolCannotChangeAreReportedThroughAReport
     KVSetToolPath(failing.toUtf8().constData());
 
     m_delegate->synchronizeTimeOrCancel();
-    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
     ASSERT_TRUE(waitForRunToEnd());
     QCoreApplication::processEvents();
     EXPECT_EQ(datesOfB(), originalB);
