@@ -1,6 +1,7 @@
 #include "KVCommandLine.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
 
@@ -28,6 +29,10 @@ QList<QVariantMap> KVCommandLine::refusedFiles() const {
             refused += report.records;
     }
     return refused;
+}
+
+QString KVCommandLine::bundlePath() {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../.."));
 }
 
 QString KVCommandLine::dateText(const QDateTime &date) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KVCameraSets.h"
+#include "KVAppDelegate.h"
 #include "KVHeadlessUserInterface.h"
 
 #include <QStringList>
@@ -13,7 +13,7 @@ class KVCommandLine {
 public:
     KVCommandLine();
 
-    KVCameraSets &model() { return m_model; }
+    KVAppDelegate &model() { return m_model; }
     KVHeadlessUserInterface &userInterface() { return m_ui; }
 
     // Adds the paths and runs the event loop until the model has installed the result.
@@ -22,12 +22,15 @@ public:
     QList<QVariantMap> refusedFiles() const;
 
     static QString dateText(const QDateTime &date);
+    // The application folder the program runs from (Kalvora.app).
+    static QString bundlePath();
     static void print(std::FILE *stream, const QString &text);
 
 private:
     KVHeadlessUserInterface m_ui;
-    KVCameraSets m_model;
+    KVAppDelegate m_model;
 };
 
 int KVRunListCommand(const QStringList &arguments);
 int KVRunShiftCommand(const QStringList &arguments);
+int KVRunSyncCommand(const QStringList &arguments);

@@ -2,6 +2,7 @@
 
 #include "KVDateWriter.h"
 #include "KVDispatch.h"
+#include "KVRunProgress.h"
 #include "KVOperationQueue.h"
 #include "KVSynchronizationOperation.h"
 
@@ -69,22 +70,6 @@ std::optional<ShiftOptions> parseOptions(const QStringList &arguments) {
     return options;
 }
 
-// The tool ships inside the bundle, next to the folder of the program.
-QString bundledToolPath() {
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
-                           QStringLiteral("/../Frameworks/exiftool"));
-}
-
-// The signal handler only writes the signal's number into this pipe; the main thread reads it.
-int signalPipe[2] = {-1, -1};
-
-void handleSignal(int signalNumber) {
-    const int savedErrno = errno;
-    const unsigned char byte = static_cast<unsigned char>(signalNumber);
-    [[maybe_unused]] const ssize_t written = write(signalPipe[1], &byte, 1);
-    errno = savedErrno;
-}
-
 struct CameraRun {
     QString key;
     QString name;
@@ -125,7 +110,7 @@ public:
                 run->m_loop.quit();
         });
 
-        QSocketNotifier notifier(signalPipe[0], QSocketNotifier::Read);
+        QSocketNotifier notifier(KVRunProgress::signalFd(), QSocketNotifier::Read);
         QObject::connect(&notifier, &QSocketNotifier::activated, [this] { readSignal(); });
         QTimer redraw;
         if (m_live) {
@@ -211,14 +196,14 @@ private:
     }
 
     void readSignal() {
-        unsigned char byte = 0;
-        if (read(signalPipe[0], &byte, 1) != 1)
+        const int signalNumber = KVRunProgress::readSignal();
+        if (signalNumber == 0)
             return;
         if (m_signal != 0) {
             std::fputs("\nStill changing back the photos already changed; please wait.\n", stderr);
             return;
         }
-        m_signal = byte;
+        m_signal = signalNumber;
         std::fputs("\nCancelling: waiting for the photos being written, then changing back the "
                    "photos already changed...\n",
                    stderr);
@@ -232,32 +217,7 @@ private:
     }
 
     void drawProgress() {
-        const qint64 done = m_queue.processedImagesCount();
-        const bool reverting = m_queue.isOperationsCancelled();
-        // While reverting, the count runs down from what has to be changed back.
-        const qint64 total = reverting ? m_queue.cancelledImagesCount() : m_queue.allImagesCount();
-        const qint64 handled = reverting ? total - done : done;
-        const double fraction = total > 0 ? static_cast<double>(handled) / total : 1.0;
-        const int width = 30;
-        const int filled = std::clamp(static_cast<int>(fraction * width), 0, width);
-        const double elapsed = m_clock.elapsed() / 1000.0;
-        const double rate = elapsed > 0 ? handled / elapsed : 0;
-        QString left = QStringLiteral("--:--");
-        if (rate > 0) {
-            const qint64 seconds = std::llround((total - handled) / rate);
-            left = QStringLiteral("%1:%2")
-                       .arg(seconds / 60)
-                       .arg(seconds % 60, 2, 10, QLatin1Char('0'));
-        }
-        const QString line =
-            QStringLiteral("\r%1 [%2%3] %4/%5 photos  %6 photos/s  %7 left\033[K")
-                .arg(reverting ? QStringLiteral("Reverting") : QStringLiteral("Shifting"))
-                .arg(QString(filled, QLatin1Char('#')), QString(width - filled, QLatin1Char('.')))
-                .arg(handled)
-                .arg(total)
-                .arg(rate, 0, 'f', 1)
-                .arg(left);
-        KVCommandLine::print(m_stream, line);
+        KVCommandLine::print(m_stream, KVRunProgress::line(m_queue, m_clock.elapsed()));
         std::fflush(m_stream);
     }
 
@@ -278,27 +238,6 @@ QJsonArray pathArray(const QList<QUrl> &urls) {
     return paths;
 }
 
-bool installSignalHandlers() {
-    if (signalPipe[0] == -1 && pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return false;
-    struct sigaction action = {};
-    action.sa_handler = handleSignal;
-    sigemptyset(&action.sa_mask);
-    action.sa_flags = SA_RESTART;
-    // A reader of the output that went away must not end the run halfway through either.
-    std::signal(SIGPIPE, SIG_IGN);
-    // A closed terminal or a polite kill cancels like Ctrl-C, so that no run ends half done.
-    return sigaction(SIGINT, &action, nullptr) == 0 && sigaction(SIGTERM, &action, nullptr) == 0 &&
-           sigaction(SIGHUP, &action, nullptr) == 0;
-}
-
-void restoreSignalHandlers() {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-    std::signal(SIGHUP, SIG_DFL);
-    std::signal(SIGPIPE, SIG_DFL);
-}
-
 } // namespace
 
 int KVRunShiftCommand(const QStringList &arguments) {
@@ -307,7 +246,7 @@ int KVRunShiftCommand(const QStringList &arguments) {
         return 2;
 
     // Checked before anything is read, so that no photo is ever handed to a missing tool.
-    const QString tool = bundledToolPath();
+    const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
     if (!QFileInfo(tool).isExecutable()) {
         KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: the tool %1 cannot be run; no "
                                                     "photo was changed.\n")
@@ -318,7 +257,7 @@ int KVRunShiftCommand(const QStringList &arguments) {
 
     KVCommandLine commandLine;
     commandLine.addPaths(options->paths);
-    KVCameraSets &model = commandLine.model();
+    KVAppDelegate &model = commandLine.model();
     const QStringList keys = model.sortedCameras();
     for (const QString &key : options->cameras) {
         if (!keys.contains(key)) {
@@ -347,13 +286,13 @@ int KVRunShiftCommand(const QStringList &arguments) {
     int signalNumber = 0;
     // No operation would leave the queue in a run forever, and a zero shift changes nothing.
     if (!run->cameras().empty() && options->seconds != 0) {
-        if (!installSignalHandlers()) {
+        if (!KVRunProgress::installSignalHandlers()) {
             KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: cannot watch for Ctrl-C; "
                                                         "no photo was changed.\n"));
             return 1;
         }
         signalNumber = run->exec();
-        restoreSignalHandlers();
+        KVRunProgress::restoreSignalHandlers();
     }
 
     QJsonArray cameras;

@@ -1,0 +1,256 @@
+#include "KVCommandLine.h"
+
+#include "KVRunProgress.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <cmath>
+#include <optional>
+
+#include <unistd.h>
+
+namespace {
+
+struct SyncOptions {
+    QString reference;
+    QDateTime base;
+    QStringList matches;
+    bool dryRun = false;
+    bool json = false;
+    QStringList paths;
+};
+
+std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
+    SyncOptions options;
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments.at(i);
+        const bool takesValue = argument == QLatin1String("--reference") ||
+                                argument == QLatin1String("--base") ||
+                                argument == QLatin1String("--match");
+        if (takesValue && i + 1 >= arguments.size())
+            return std::nullopt;
+        if (argument == QLatin1String("--reference")) {
+            options.reference = QFileInfo(arguments.at(++i)).absoluteFilePath();
+        } else if (argument == QLatin1String("--base")) {
+            options.base =
+                QDateTime::fromString(arguments.at(++i), QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+            if (!options.base.isValid())
+                return std::nullopt;
+        } else if (argument == QLatin1String("--match")) {
+            options.matches << QFileInfo(arguments.at(++i)).absoluteFilePath();
+        } else if (argument == QLatin1String("--dry-run")) {
+            options.dryRun = true;
+        } else if (argument == QLatin1String("--json")) {
+            options.json = true;
+        } else if (argument.startsWith(QLatin1String("--"))) {
+            return std::nullopt;
+        } else {
+            options.paths << argument;
+        }
+    }
+    // One reference, of one kind; at least one matching photo.
+    if (options.reference.isEmpty() == !options.base.isValid() || options.matches.isEmpty() ||
+        options.paths.isEmpty())
+        return std::nullopt;
+    return options;
+}
+
+KVImageFileRef findPhoto(KVAppDelegate &model, const QString &path, int *camera) {
+    for (int i = 0; i < model.numberOfCamerasInBrowser(); ++i) {
+        for (const KVImageFileRef &file : model.imagesForCameraWithIndex(i)) {
+            if (file->path() == path) {
+                *camera = i;
+                return file;
+            }
+        }
+    }
+    return nullptr;
+}
+
+QString offsetText(double seconds) {
+    const qint64 whole = std::llround(std::fabs(seconds));
+    return QStringLiteral("%1%2 s (%1%3:%4:%5)")
+        .arg(seconds < 0 ? QStringLiteral("-") : QStringLiteral("+"))
+        .arg(std::fabs(seconds), 0, 'f', 0)
+        .arg(whole / 3600)
+        .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
+        .arg(whole % 60, 2, 10, QLatin1Char('0'));
+}
+
+int fail(const QString &message, int status) {
+    KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: %1\n").arg(message));
+    return status;
+}
+
+// Runs the window's Sync command and waits for the run, and for the revert of a Ctrl-C, to end.
+int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream) {
+    KVAppDelegate &model = commandLine.model();
+    KVHeadlessUserInterface &ui = commandLine.userInterface();
+    KVOperationQueue &queue = model.syncQueue();
+    const bool live = isatty(fileno(progressStream));
+    if (!KVRunProgress::installSignalHandlers())
+        return fail(QStringLiteral("cannot watch for Ctrl-C; no photo was changed."), 1);
+
+    QEventLoop loop;
+    QElapsedTimer clock;
+    int signalNumber = 0;
+    QSocketNotifier notifier(KVRunProgress::signalFd(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [&] {
+        const int received = KVRunProgress::readSignal();
+        if (received == 0 || signalNumber != 0)
+            return;
+        signalNumber = received;
+        KVCommandLine::print(stderr, QStringLiteral("\nCancelling: changing back the photos "
+                                                    "already changed...\n"));
+        // The button shows "Cancel Syncing" while a run goes: pressing it again cancels.
+        model.synchronizeTimeOrCancel();
+        clock.restart();
+    });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (live) {
+            KVCommandLine::print(progressStream, KVRunProgress::line(queue, clock.elapsed()));
+            std::fflush(progressStream);
+        }
+        // Over when the button is back and no operation is left; a cancel before any photo
+        // changed leaves the queue "in process" by design, so the title decides.
+        if (ui.syncButtonTitle() == KVAppDelegate::mainSyncButtonTitle() &&
+            queue.operationCount() == 0 &&
+            (!queue.isSynchronizationInProcess() || queue.processedImagesCount() == 0))
+            loop.quit();
+    });
+    clock.start();
+    const int alertsBefore = ui.alerts().size();
+    model.synchronizeTimeOrCancel();
+    if (ui.alerts().size() > alertsBefore ||
+        ui.syncButtonTitle() != KVAppDelegate::alternateSyncButtonTitle()) {
+        KVRunProgress::restoreSignalHandlers();
+        return 0;
+    }
+    poll.start(100);
+    loop.exec();
+    poll.stop();
+    // The completion block runs from the event loop once the queue has emptied.
+    QCoreApplication::processEvents();
+    if (live)
+        std::fputc('\n', progressStream);
+    KVRunProgress::restoreSignalHandlers();
+    return signalNumber;
+}
+
+} // namespace
+
+int KVRunSyncCommand(const QStringList &arguments) {
+    const std::optional<SyncOptions> options = parseOptions(arguments);
+    if (!options)
+        return 2;
+
+    KVCommandLine commandLine;
+    KVAppDelegate &model = commandLine.model();
+    const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
+    if (!options->dryRun && !QFileInfo(tool).isExecutable())
+        return fail(QStringLiteral("the tool %1 cannot be run; no photo was changed.").arg(tool),
+                    1);
+    model.awakeFromNib();
+    model.applicationDidFinishLaunching(KVCommandLine::bundlePath());
+    commandLine.addPaths(options->paths);
+
+    // The photos are marked the way clicks mark them: a double click for the reference, a
+    // click for each matching photo.
+    int referenceCamera = -1;
+    if (!options->reference.isEmpty()) {
+        KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
+        if (!reference)
+            return fail(QStringLiteral("%1 is not among the photos read").arg(options->reference),
+                        2);
+        reference->setImageState(KVImageStateEtalon);
+    }
+    QList<int> matchedCameras;
+    for (const QString &path : options->matches) {
+        int camera = -1;
+        KVImageFileRef match = findPhoto(model, path, &camera);
+        if (!match)
+            return fail(QStringLiteral("%1 is not among the photos read").arg(path), 2);
+        if (camera == referenceCamera || matchedCameras.contains(camera))
+            return fail(QStringLiteral("%1: one matching photo per camera, none on the reference's "
+                                       "camera")
+                            .arg(path),
+                        2);
+        matchedCameras << camera;
+        match->setImageState(KVImageStateSelected);
+    }
+    if (options->base.isValid()) {
+        KVManualDateTimeViewController &manual = model.manualDateTimeViewController();
+        manual.setFullDate(options->base);
+        manual.setIsEtalonDateSet(true);
+    }
+
+    const KVReferenceSet set = model.etalonWithSelectedImages();
+    const KVTimeIntervals intervals = set.timeIntervals();
+    QJsonArray table;
+    QString text =
+        QStringLiteral("reference: %1, %2\n")
+            .arg(set.etalon->path().isEmpty() ? set.etalon->cameraName() : set.etalon->path(),
+                 KVCommandLine::dateText(set.etalon->creationDate()));
+    for (const auto &[key, interval] : intervals) {
+        const KVImageFileRef &match = set.selectedImages.at(key);
+        const qsizetype photos = model.imageFiles()->at(key).size();
+        text += QStringLiteral("%1  %2  %3 photos  (matching %4, %5)\n")
+                    .arg(key, offsetText(interval))
+                    .arg(photos)
+                    .arg(match->path(), KVCommandLine::dateText(match->creationDate()));
+        table.append(QJsonObject{{QStringLiteral("key"), key},
+                                 {QStringLiteral("seconds"), interval},
+                                 {QStringLiteral("photos"), static_cast<qint64>(photos)},
+                                 {QStringLiteral("match"), match->path()}});
+    }
+    if (!options->json)
+        KVCommandLine::print(stdout, text);
+
+    int signalNumber = 0;
+    if (!options->dryRun)
+        signalNumber = runSynchronization(commandLine, options->json ? stderr : stdout);
+
+    KVHeadlessUserInterface &ui = commandLine.userInterface();
+    QJsonArray alerts;
+    for (const KVHeadlessUserInterface::Alert &alert : ui.alerts())
+        alerts.append(alert.title + QStringLiteral(": ") + alert.text);
+    QJsonArray notChanged;
+    for (const KVSynchronizationOperationRef &operation : model.syncQueue().allSyncOperations()) {
+        for (const QUrl &url : operation->notChangedFiles())
+            notChanged.append(url.toLocalFile());
+    }
+    const QString message = ui.displayedText();
+    if (options->json) {
+        const QJsonObject root{{QStringLiteral("intervals"), table},
+                               {QStringLiteral("dryRun"), options->dryRun},
+                               {QStringLiteral("cancelled"), signalNumber != 0},
+                               {QStringLiteral("message"), message},
+                               {QStringLiteral("alerts"), alerts},
+                               {QStringLiteral("notChanged"), notChanged}};
+        KVCommandLine::print(stdout, QString::fromUtf8(QJsonDocument(root).toJson()));
+    } else if (!options->dryRun) {
+        QString report;
+        for (const QJsonValue &alert : alerts)
+            report += alert.toString() + QLatin1Char('\n');
+        if (!message.isEmpty())
+            report += message + QLatin1Char('\n');
+        if (!notChanged.isEmpty()) {
+            report += QStringLiteral("not changed: %1\n").arg(notChanged.size());
+            for (const QJsonValue &path : notChanged)
+                report += QStringLiteral("    %1\n").arg(path.toString());
+        }
+        KVCommandLine::print(stdout, report);
+    }
+    if (signalNumber != 0)
+        return 128 + signalNumber;
+    return alerts.isEmpty() && notChanged.isEmpty() ? 0 : 1;
+}

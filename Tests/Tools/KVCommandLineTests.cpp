@@ -1,0 +1,109 @@
+#include "KVChildProcess.h"
+#include "KVTestExif.h"
+#include "KVTestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Result {
+    int status = -1;
+    QByteArray output;
+};
+
+// Runs kalvora-cli with its standard error thrown away (it logs every file it reads).
+Result cli(const QStringList &arguments) {
+    std::vector<std::string> words{"/bin/sh", "-c", "exec \"$0\" \"$@\" 2>/dev/null", KALVORA_CLI};
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    KVChildProcess process;
+    Result result;
+    if (!process.start(words))
+        return result;
+    char buffer[4096];
+    for (size_t count; (count = process.read(buffer, sizeof buffer)) > 0;)
+        result.output.append(buffer, static_cast<qsizetype>(count));
+    const int status = process.wait();
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+} // namespace
+
+TEST(KVCommandLine, ListPrintsCamerasInOrderWithPhotosAndRefusals) {
+    QTemporaryDir folder;
+    KVTest::copySamples(
+        {"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg", "cameras/PaintTool_sample.jpg"},
+        folder.path());
+    const Result result = cli({"list", "--json", folder.path()});
+    ASSERT_EQ(result.status, 0);
+    const QJsonObject root = QJsonDocument::fromJson(result.output).object();
+    const QJsonArray cameras = root["cameras"].toArray();
+    ASSERT_EQ(cameras.size(), 2);
+    EXPECT_EQ(cameras[0]["key"].toString(), "Canon Canon EOS 40D");
+    EXPECT_EQ(cameras[0]["name"].toString(), "Canon EOS 40D");
+    EXPECT_EQ(cameras[0]["toolTip"].toString(), "Canon EOS 40D\nCanon");
+    EXPECT_EQ(cameras[0]["photos"][0]["date"].toString(), "2008:05:30 15:56:01");
+    EXPECT_EQ(cameras[1]["key"].toString(), "NIKON CORPORATION NIKON D70");
+    const QJsonArray refused = root["refused"].toArray();
+    ASSERT_EQ(refused.size(), 1);
+    EXPECT_EQ(refused[0]["name"].toString(), "PaintTool_sample.jpg");
+    EXPECT_EQ(refused[0]["error"].toString(), "No EXIF date and camera found.");
+
+    EXPECT_EQ(cli({"list"}).status, 2);
+    EXPECT_EQ(cli({"list", "--bogus", folder.path()}).status, 2);
+    EXPECT_EQ(cli({"frobnicate"}).status, 2);
+}
+
+TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera) {
+    QTemporaryDir folder;
+    const QStringList copies =
+        KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"}, folder.path());
+    const QString reference = copies[0], match = copies[1];
+    ASSERT_TRUE(
+        KVTest::writeExif(reference, {{"Exif.Photo.DateTimeOriginal", "2024:06:01 12:00:00"}}));
+    ASSERT_TRUE(KVTest::writeExif(match, {{"Exif.Photo.DateTimeOriginal", "2024:06:01 11:58:30"}}));
+
+    const Result dry = cli(
+        {"sync", "--reference", reference, "--match", match, "--dry-run", "--json", folder.path()});
+    ASSERT_EQ(dry.status, 0);
+    const QJsonArray intervals =
+        QJsonDocument::fromJson(dry.output).object()["intervals"].toArray();
+    ASSERT_EQ(intervals.size(), 1);
+    EXPECT_EQ(intervals[0]["seconds"].toDouble(), 90.0);
+    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 11:58:30");
+
+    const Result run = cli({"sync", "--reference", reference, "--match", match, folder.path()});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(run.output.contains("Your photos have been synced\nsuccessfully!"));
+    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 12:00:00");
+    EXPECT_EQ(KVTest::readExif(reference, "Exif.Photo.DateTimeOriginal"), "2024:06:01 12:00:00");
+
+    // Already in step: nothing to do, and said so.
+    const Result again = cli({"sync", "--reference", reference, "--match", match, folder.path()});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_TRUE(again.output.contains("Selected images have already synchronized"));
+
+    // A base time by hand moves every matched camera to it.
+    const Result base =
+        cli({"sync", "--base", "2024:06:01 13:00:00", "--match", match, folder.path()});
+    EXPECT_EQ(base.status, 0);
+    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 13:00:00");
+
+    // Usage errors: both kinds of reference, no match, a match on the reference's camera.
+    EXPECT_EQ(cli({"sync", "--reference", reference, "--base", "2024:06:01 13:00:00", "--match",
+                   match, folder.path()})
+                  .status,
+              2);
+    EXPECT_EQ(cli({"sync", "--reference", reference, folder.path()}).status, 2);
+    EXPECT_EQ(cli({"sync", "--reference", reference, "--match", reference, folder.path()}).status,
+              2);
+    EXPECT_EQ(cli({"sync", "--base", "yesterday", "--match", match, folder.path()}).status, 2);
+}
