@@ -95,20 +95,15 @@ void KVVanishedFiles::checkForRemovedFiles() {
 bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned) {
     std::lock_guard lock(m_delegate.lock());
     bool anyGone = false;
-    const KVCameraSetsRef imageFiles = m_delegate.imageFiles();
-    if (!imageFiles)
-        return false;
-    for (const auto &[key, files] : *imageFiles) {
-        for (const KVImageFileRef &file : files) {
-            if (!QFileInfo::exists(file->path())) {
-                anyGone = true;
-                if (file->imageState() != KVImageStateRemoved)
-                    file->setImageState(KVImageStateRemoved);
-            } else if (restoreReturned && file->imageState() == KVImageStateRemoved) {
-                file->setImageState(KVImageStateNormal);
-            }
+    KVCameraSets::forEachImageFile(m_delegate.imageFiles(), [&](const KVImageFileRef &file) {
+        if (!QFileInfo::exists(file->path())) {
+            anyGone = true;
+            if (file->imageState() != KVImageStateRemoved)
+                file->setImageState(KVImageStateRemoved);
+        } else if (restoreReturned && file->imageState() == KVImageStateRemoved) {
+            file->setImageState(KVImageStateNormal);
         }
-    }
+    });
     return anyGone;
 }
 

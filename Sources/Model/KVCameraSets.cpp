@@ -92,26 +92,28 @@ void KVCameraSets::setImageFiles(const KVCameraSetsRef &imageFiles) {
     didChangeValueForKey(QStringLiteral("imageFiles"));
 }
 
-void KVCameraSets::addObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
+void KVCameraSets::forEachImageFile(const KVCameraSetsRef &imageFiles,
+                                    const std::function<void(const KVImageFileRef &)> &body) {
     if (!imageFiles)
         return;
     for (const auto &[key, files] : *imageFiles) {
-        for (const KVImageFileRef &file : files) {
-            file->addObserver(this, QStringLiteral("imageState"));
-            file->addObserver(this, QStringLiteral("url"));
-        }
+        for (const KVImageFileRef &file : files)
+            body(file);
     }
 }
 
+void KVCameraSets::addObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
+    forEachImageFile(imageFiles, [this](const KVImageFileRef &file) {
+        file->addObserver(this, QStringLiteral("imageState"));
+        file->addObserver(this, QStringLiteral("url"));
+    });
+}
+
 void KVCameraSets::removeObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
-    if (!imageFiles)
-        return;
-    for (const auto &[key, files] : *imageFiles) {
-        for (const KVImageFileRef &file : files) {
-            file->removeObserver(this, QStringLiteral("imageState"));
-            file->removeObserver(this, QStringLiteral("url"));
-        }
-    }
+    forEachImageFile(imageFiles, [this](const KVImageFileRef &file) {
+        file->removeObserver(this, QStringLiteral("imageState"));
+        file->removeObserver(this, QStringLiteral("url"));
+    });
 }
 
 KVCameraSetsRef KVCameraSets::copyImageFiles() const {

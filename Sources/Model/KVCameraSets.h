@@ -64,6 +64,8 @@ public:
     void openFiles(const QStringList &paths);
 
     QStringList sortedCameras() const;
+    static void forEachImageFile(const KVCameraSetsRef &imageFiles,
+                                 const std::function<void(const KVImageFileRef &)> &body);
     const std::vector<KVImageFileRef> &cameraImagesWithIndex(int index) const;
 
     // Answers to the camera browser.
