@@ -79,8 +79,6 @@ bool runExiftool(const QStringList &arguments) {
 
 } // namespace
 
-// ---- Properties of camera JPEGs -------------------------------------------------------------
-
 struct CameraCase {
     const char *file;
     const char *make;
@@ -131,34 +129,30 @@ INSTANTIATE_TEST_SUITE_P(
                                  "2008:03:15 09:52:01", nullptr}),
     [](const ::testing::TestParamInfo<CameraCase> &info) { return testName(info.param.file); });
 
-TEST(KVImageSource, OrientationIsANumberInTiffAndAtTopLevel) {
-    const auto properties =
+TEST(KVImageSource, DictionariesOnlyForWhatTheFileHolds) {
+    const auto turned =
         propertiesOf(KVTest::samplePath(QStringLiteral("orientation/landscape_6.jpg")));
-    ASSERT_TRUE(properties.has_value());
-    EXPECT_EQ(tiffOf(*properties).value(KVImagePropertyKey::orientation).toInt(), 6);
-    EXPECT_EQ(properties->value(KVImagePropertyKey::orientation).toInt(), 6);
-    EXPECT_EQ(properties->value(QStringLiteral("PixelWidth")).toInt(), 450);
-    EXPECT_EQ(properties->value(QStringLiteral("PixelHeight")).toInt(), 600);
-}
+    ASSERT_TRUE(turned.has_value());
+    EXPECT_EQ(tiffOf(*turned).value(KVImagePropertyKey::orientation).toInt(), 6);
+    EXPECT_EQ(turned->value(KVImagePropertyKey::orientation).toInt(), 6);
+    EXPECT_EQ(turned->value(QStringLiteral("PixelWidth")).toInt(), 450);
+    EXPECT_EQ(turned->value(QStringLiteral("PixelHeight")).toInt(), 600);
 
-TEST(KVImageSource, FileWithoutAnyExifHasNoExifOrTiffDictionary) {
-    // These JPEGs carry no EXIF segment at all (checked with exiv2 -pa).
-    const auto properties =
-        propertiesOf(KVTest::samplePath(QStringLiteral("broken/image01137.jpg")));
-    ASSERT_TRUE(properties.has_value());
-    EXPECT_FALSE(properties->contains(KVImageSource::exifDictionaryKey));
-    EXPECT_FALSE(properties->contains(KVImageSource::tiffDictionaryKey));
-    EXPECT_EQ(properties->value(QStringLiteral("PixelWidth")).toInt(), 88);
-}
-
-TEST(KVImageSource, FileWithOnlyIfd0HasTiffButNoExifDictionary) {
-    const auto properties =
+    // Only IFD0: a TIFF dictionary without camera, no EXIF one.
+    const auto upright =
         propertiesOf(KVTest::samplePath(QStringLiteral("orientation/landscape_1.jpg")));
-    ASSERT_TRUE(properties.has_value());
-    EXPECT_FALSE(properties->contains(KVImageSource::exifDictionaryKey));
-    ASSERT_TRUE(properties->contains(KVImageSource::tiffDictionaryKey));
-    EXPECT_EQ(tiffOf(*properties).value(KVImagePropertyKey::orientation).toInt(), 1);
-    EXPECT_FALSE(tiffOf(*properties).contains(KVImagePropertyKey::tiffMake));
+    ASSERT_TRUE(upright.has_value());
+    EXPECT_FALSE(upright->contains(KVImageSource::exifDictionaryKey));
+    ASSERT_TRUE(upright->contains(KVImageSource::tiffDictionaryKey));
+    EXPECT_EQ(tiffOf(*upright).value(KVImagePropertyKey::orientation).toInt(), 1);
+    EXPECT_FALSE(tiffOf(*upright).contains(KVImagePropertyKey::tiffMake));
+
+    // No EXIF segment at all (exiv2 -pa): neither dictionary.
+    const auto bare = propertiesOf(KVTest::samplePath(QStringLiteral("broken/image01137.jpg")));
+    ASSERT_TRUE(bare.has_value());
+    EXPECT_FALSE(bare->contains(KVImageSource::exifDictionaryKey));
+    EXPECT_FALSE(bare->contains(KVImageSource::tiffDictionaryKey));
+    EXPECT_EQ(bare->value(QStringLiteral("PixelWidth")).toInt(), 88);
 }
 
 TEST(KVImageSource, EditedFileWithoutDatesOrCamera) {
@@ -209,19 +203,15 @@ TEST(KVImageSource, RawFileOnlyLibRawReadsGivesTheSameShape) {
 TEST(KVImageSource, NoSourceForMissingFoldersAndNonImages) {
     QTemporaryDir folder;
     ASSERT_TRUE(folder.isValid());
-    EXPECT_EQ(KVImageSource::createWithPath(folder.filePath(QStringLiteral("missing.jpg"))),
-              nullptr);
-    EXPECT_EQ(KVImageSource::createWithPath(folder.path()), nullptr);
-    EXPECT_EQ(KVImageSource::createWithPath(QString()), nullptr);
     QFile text(folder.filePath(QStringLiteral("notes.jpg")));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("This is not a picture.\n");
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly) && text.write("This is not a picture.\n") > 0);
     text.close();
-    EXPECT_EQ(KVImageSource::createWithPath(text.fileName()), nullptr);
     QFile empty(folder.filePath(QStringLiteral("empty.nef")));
     ASSERT_TRUE(empty.open(QIODevice::WriteOnly));
     empty.close();
-    EXPECT_EQ(KVImageSource::createWithPath(empty.fileName()), nullptr);
+    for (const QString &path : {folder.filePath(QStringLiteral("missing.jpg")), folder.path(),
+                                QString(), text.fileName(), empty.fileName()})
+        EXPECT_EQ(KVImageSource::createWithPath(path), nullptr) << path.toStdString();
 }
 
 TEST(KVImageSource, TruncatedJpegOpensButItsPropertiesCannotBeRead) {
@@ -241,9 +231,7 @@ TEST(KVImageSource, TruncatedJpegOpensButItsPropertiesCannotBeRead) {
     EXPECT_TRUE(source->createThumbnail(256).isNull());
 }
 
-// ---- Thumbnails -----------------------------------------------------------------------------
-
-TEST(KVImageSource, SmallEmbeddedJpegIsKeptAsItIsAndPrimesTheCache) {
+TEST(KVImageSource, SmallEmbeddedJpegIsKeptAsItIsALargerOneScaledAndReencoded) {
     const auto source = KVImageSource::createWithPath(
         KVTest::samplePath(QStringLiteral("cameras/Canon_PowerShot_S40.jpg")));
     ASSERT_NE(source, nullptr);
@@ -255,17 +243,12 @@ TEST(KVImageSource, SmallEmbeddedJpegIsKeptAsItIsAndPrimesTheCache) {
     EXPECT_EQ(thumbnail.size(), QSize(160, 120));
     EXPECT_TRUE(KVThumbnailCache::shared().contains(thumbnail));
     EXPECT_EQ(thumbnail.image().size(), QSize(160, 120));
-}
 
-TEST(KVImageSource, EmbeddedPictureLargerThanTheBoundIsScaledAndReencoded) {
-    const auto source = KVImageSource::createWithPath(
-        KVTest::samplePath(QStringLiteral("cameras/Canon_PowerShot_S40.jpg")));
-    ASSERT_NE(source, nullptr);
-    const KVThumbnail thumbnail = source->createThumbnail(64);
-    ASSERT_FALSE(thumbnail.isNull());
-    EXPECT_EQ(thumbnail.size(), QSize(64, 48));
-    EXPECT_EQ(thumbnail.image().size(), QSize(64, 48));
-    EXPECT_NE(thumbnail.encodedSize(), 5448);
+    const KVThumbnail scaled = source->createThumbnail(64);
+    ASSERT_FALSE(scaled.isNull());
+    EXPECT_EQ(scaled.size(), QSize(64, 48));
+    EXPECT_EQ(scaled.image().size(), QSize(64, 48));
+    EXPECT_NE(scaled.encodedSize(), 5448);
 }
 
 TEST(KVImageSource, WithoutPreviewTheImageItselfIsDecodedWithinTheBound) {
@@ -290,10 +273,7 @@ TEST(KVImageSource, WithoutPreviewTheImageItselfIsDecodedWithinTheBound) {
     }
 }
 
-struct OrientationCase {
-    const char *shape; // "landscape" or "portrait"
-    int orientation;
-};
+using OrientationCase = std::tuple<const char *, int>; // shape, orientation
 
 class KVImageSourceOrientationTest : public ::testing::TestWithParam<OrientationCase> {
 protected:
@@ -310,9 +290,9 @@ protected:
 };
 
 TEST_P(KVImageSourceOrientationTest, ThumbnailIsUprightLikeOrientation1) {
-    const QString shape = QString::fromUtf8(GetParam().shape);
+    const QString shape = QString::fromUtf8(std::get<0>(GetParam()));
     const QImage reference = thumbnailOf(shape, 1);
-    const QImage thumbnail = thumbnailOf(shape, GetParam().orientation);
+    const QImage thumbnail = thumbnailOf(shape, std::get<1>(GetParam()));
     ASSERT_FALSE(reference.isNull());
     ASSERT_FALSE(thumbnail.isNull());
     EXPECT_LE(qMax(thumbnail.width(), thumbnail.height()), 256);
@@ -329,18 +309,13 @@ TEST_P(KVImageSourceOrientationTest, ThumbnailIsUprightLikeOrientation1) {
     EXPECT_GT(meanDifference(thumbnail.mirrored(false, true), reference), 30.0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Orientations, KVImageSourceOrientationTest,
-    ::testing::Values(OrientationCase{"landscape", 2}, OrientationCase{"landscape", 3},
-                      OrientationCase{"landscape", 4}, OrientationCase{"landscape", 5},
-                      OrientationCase{"landscape", 6}, OrientationCase{"landscape", 7},
-                      OrientationCase{"landscape", 8}, OrientationCase{"portrait", 2},
-                      OrientationCase{"portrait", 3}, OrientationCase{"portrait", 4},
-                      OrientationCase{"portrait", 5}, OrientationCase{"portrait", 6},
-                      OrientationCase{"portrait", 7}, OrientationCase{"portrait", 8}),
-    [](const ::testing::TestParamInfo<OrientationCase> &info) {
-        return std::string(info.param.shape) + "_" + std::to_string(info.param.orientation);
-    });
+INSTANTIATE_TEST_SUITE_P(Orientations, KVImageSourceOrientationTest,
+                         ::testing::Combine(::testing::Values("landscape", "portrait"),
+                                            ::testing::Range(2, 9)),
+                         [](const ::testing::TestParamInfo<OrientationCase> &info) {
+                             return std::string(std::get<0>(info.param)) + "_" +
+                                    std::to_string(std::get<1>(info.param));
+                         });
 
 TEST(KVImageSource, CreateImageIsWholeAndUpright) {
     const auto upright = KVImageSource::createWithPath(
@@ -357,20 +332,7 @@ TEST(KVImageSource, CreateImageIsWholeAndUpright) {
     EXPECT_GT(meanDifference(image.mirrored(true, true), reference), 30.0);
 }
 
-TEST(KVImageSource, ThumbnailAndPropertiesFromOneSourceInEitherOrder) {
-    const QString path = KVTest::samplePath(QStringLiteral("cameras/Pentax_K10D.jpg"));
-    const auto first = KVImageSource::createWithPath(path);
-    ASSERT_NE(first, nullptr);
-    const KVThumbnail thumbnail = first->createThumbnail(256);
-    const auto properties = first->copyPropertiesAtIndex0();
-    ASSERT_TRUE(properties.has_value());
-    EXPECT_FALSE(thumbnail.isNull());
-    EXPECT_EQ(text(tiffOf(*properties), KVImagePropertyKey::tiffModel), "PENTAX K10D        ");
-    EXPECT_EQ(first->copyPropertiesAtIndex0(), properties);
-}
-
 TEST(KVImageSource, ReadersOnSeveralThreadsAgreeWithOne) {
-    // The import reads photos on several worker threads at once.
     QStringList paths;
     const QDir cameras(KVTest::samplePath(QStringLiteral("cameras")));
     for (const QString &name : cameras.entryList({QStringLiteral("*.jpg")}, QDir::Files))
@@ -382,8 +344,9 @@ TEST(KVImageSource, ReadersOnSeveralThreadsAgreeWithOne) {
         const auto source = KVImageSource::createWithPath(path);
         if (!source)
             return QStringLiteral("none");
-        const auto properties = source->copyPropertiesAtIndex0();
+        // Thumbnail first: the sample tables read properties first.
         const KVThumbnail thumbnail = source->createThumbnail(256);
+        const auto properties = source->copyPropertiesAtIndex0();
         const QImage image = thumbnail.image();
         return QStringLiteral("%1|%2|%3x%4|%5")
             .arg(
@@ -417,8 +380,6 @@ TEST(KVImageSource, ReadersOnSeveralThreadsAgreeWithOne) {
         thread.join();
     EXPECT_EQ(mismatches.load(), 0);
 }
-
-// ---- Every broken, raw and TIFF sample ------------------------------------------------------
 
 enum class Expect { no, yes };
 
@@ -464,47 +425,38 @@ std::string sampleName(const ::testing::TestParamInfo<SampleCase> &info) {
 constexpr Expect Y = Expect::yes;
 constexpr Expect N = Expect::no;
 
-INSTANTIATE_TEST_SUITE_P(Broken, KVImageSourceSampleTest,
-                         ::testing::Values(
-                             // An Olympus photo cut short: its EXIF and its thumbnail survive.
-                             SampleCase{"broken/corrupted.jpg", Y, Y, Y, Y},
-                             // No EXIF at all; libjpeg decodes what is there.
-                             SampleCase{"broken/image00971.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image01088.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image01137.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image01551.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image01713.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image01980.jpg", Y, Y, N, Y},
-                             SampleCase{"broken/image02206.jpg", Y, Y, N, Y}),
-                         sampleName);
+// Columns: opens, properties, capture date, thumbnail.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Broken, KVImageSourceSampleTest, ::testing::Values(
+    // An Olympus photo cut short: its EXIF and its thumbnail survive.
+    SampleCase{"broken/corrupted.jpg", Y, Y, Y, Y},
+    // No EXIF at all; libjpeg decodes what is there.
+    SampleCase{"broken/image00971.jpg", Y, Y, N, Y}, SampleCase{"broken/image01088.jpg", Y, Y, N, Y},
+    SampleCase{"broken/image01137.jpg", Y, Y, N, Y}, SampleCase{"broken/image01551.jpg", Y, Y, N, Y},
+    SampleCase{"broken/image01713.jpg", Y, Y, N, Y}, SampleCase{"broken/image01980.jpg", Y, Y, N, Y},
+    SampleCase{"broken/image02206.jpg", Y, Y, N, Y}), sampleName);
 
-INSTANTIATE_TEST_SUITE_P(
-    Raw, KVImageSourceSampleTest,
-    ::testing::Values(
-        // Stripped raw files: metadata without pixels, mostly.
-        SampleCase{"raw/CanonRaw.cr2", Y, Y, Y, N}, SampleCase{"raw/CanonRaw.crw", Y, Y, Y, N},
-        SampleCase{"raw/CaptureOne.eip", N, N, N, N}, // a ZIP: neither Exiv2 nor LibRaw
-        SampleCase{"raw/DNG.dng", Y, Y, Y, Y},        // an 8x8 preview decodes
-        SampleCase{"raw/ExifTool.tif", Y, Y, N, Y},   // a small TIFF picture
-        SampleCase{"raw/FujiFilm.raf", Y, Y, Y, Y},   // its 160x120 JPEG preview
-        SampleCase{"raw/KyoceraRaw.raw", Y, Y, Y, N}, // LibRaw only
-        SampleCase{"raw/Minolta.mrw", Y, Y, Y, N},
-        SampleCase{"raw/Nikon.nef", Y, Y, Y, Y}, // LibRaw develops the (empty) data
-        SampleCase{"raw/Panasonic.rw2", Y, Y, Y, Y}, SampleCase{"raw/PhaseOne.iiq", Y, Y, Y, Y},
-        SampleCase{"raw/Red.r3d", N, N, N, N},
-        SampleCase{"raw/Sigma.x3f", N, N, N, N}, // this LibRaw is built without X3F
-        SampleCase{"raw/SigmaDP2.x3f", N, N, N, N}),
-    sampleName);
+INSTANTIATE_TEST_SUITE_P(Raw, KVImageSourceSampleTest, ::testing::Values(
+    // Stripped raw files: metadata without pixels, mostly.
+    SampleCase{"raw/CanonRaw.cr2", Y, Y, Y, N}, SampleCase{"raw/CanonRaw.crw", Y, Y, Y, N},
+    SampleCase{"raw/CaptureOne.eip", N, N, N, N}, // a ZIP: neither Exiv2 nor LibRaw
+    SampleCase{"raw/DNG.dng", Y, Y, Y, Y},        // an 8x8 preview decodes
+    SampleCase{"raw/ExifTool.tif", Y, Y, N, Y},   // a small TIFF picture
+    SampleCase{"raw/FujiFilm.raf", Y, Y, Y, Y},   // its 160x120 JPEG preview
+    SampleCase{"raw/KyoceraRaw.raw", Y, Y, Y, N}, // LibRaw only
+    SampleCase{"raw/Minolta.mrw", Y, Y, Y, N},
+    SampleCase{"raw/Nikon.nef", Y, Y, Y, Y},      // LibRaw develops the (empty) data
+    SampleCase{"raw/Panasonic.rw2", Y, Y, Y, Y}, SampleCase{"raw/PhaseOne.iiq", Y, Y, Y, Y},
+    SampleCase{"raw/Red.r3d", N, N, N, N},
+    SampleCase{"raw/Sigma.x3f", N, N, N, N},      // this LibRaw is built without X3F
+    SampleCase{"raw/SigmaDP2.x3f", N, N, N, N}), sampleName);
 
-INSTANTIATE_TEST_SUITE_P(Tiff, KVImageSourceSampleTest,
-                         ::testing::Values(SampleCase{"tiff/Arbitro.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/BSG1.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/DudleyLeavittUtah.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/Jobagent.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/Picoawards.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/Rudless.tiff", Y, Y, N, Y},
-                                           SampleCase{"tiff/Tless0.tiff", Y, Y, N, Y}),
-                         sampleName);
+INSTANTIATE_TEST_SUITE_P(Tiff, KVImageSourceSampleTest, ::testing::Values(
+    SampleCase{"tiff/Arbitro.tiff", Y, Y, N, Y}, SampleCase{"tiff/BSG1.tiff", Y, Y, N, Y},
+    SampleCase{"tiff/DudleyLeavittUtah.tiff", Y, Y, N, Y}, SampleCase{"tiff/Jobagent.tiff", Y, Y, N, Y},
+    SampleCase{"tiff/Picoawards.tiff", Y, Y, N, Y}, SampleCase{"tiff/Rudless.tiff", Y, Y, N, Y},
+    SampleCase{"tiff/Tless0.tiff", Y, Y, N, Y}), sampleName);
+// clang-format on
 
 TEST(KVImageSource, EverySampleFolderIsInTheTables) {
     // A sample added later must be added to a table above too.
@@ -513,8 +465,6 @@ TEST(KVImageSource, EverySampleFolderIsInTheTables) {
         count += QDir(KVTest::samplePath(QString::fromUtf8(folder))).entryList(QDir::Files).size();
     EXPECT_EQ(count, 8 + 14 + 7);
 }
-
-// ---- Readable types -------------------------------------------------------------------------
 
 TEST(KVImageSource, TypeIdentifiersHoldJpegTiffAndCameraRawTypes) {
     const QStringList types = KVImageSource::copyTypeIdentifiers();

@@ -62,14 +62,6 @@ QSet<QString> donePaths(const std::vector<KVSynchronizationOperationRef> &operat
     return paths;
 }
 
-bool isNonIncreasing(const std::vector<qint64> &values) {
-    return std::is_sorted(values.begin(), values.end(), std::greater<>());
-}
-
-bool isNonDecreasing(const std::vector<qint64> &values) {
-    return std::is_sorted(values.begin(), values.end());
-}
-
 class KVOperationQueueTest : public KVSynchronizationFixture {
 protected:
     // Starts a run the way the window does, one operation per slice of photos.
@@ -85,6 +77,12 @@ protected:
         }
         queue.startSynchronization();
         return operations;
+    }
+
+    static bool waitForEnd(KVOperationQueue &queue) {
+        return KVTest::waitFor(
+            [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
+            std::chrono::seconds(120));
     }
 
     static std::function<bool()>
@@ -130,9 +128,7 @@ TEST_F(KVOperationQueueTest, RunEndsExactlyWhenTheSummedCountReachesAllPhotos) {
     EXPECT_EQ(queue.cancelledImagesCount(), 0);
     queue.startSynchronization();
     EXPECT_TRUE(queue.isSynchronizationInProcess());
-    ASSERT_TRUE(KVTest::waitFor(
-        [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
-        std::chrono::seconds(120)));
+    ASSERT_TRUE(waitForEnd(queue));
 
     EXPECT_EQ(queue.processedImagesCount(), 15);
     // The run ended once, at 15, and not before: the empty operation's 0 did not end it.
@@ -146,7 +142,7 @@ TEST_F(KVOperationQueueTest, RunEndsExactlyWhenTheSummedCountReachesAllPhotos) {
         }
     }
     const std::vector<qint64> counts = recorder.values(countKey);
-    EXPECT_TRUE(isNonDecreasing(counts));
+    EXPECT_TRUE(std::is_sorted(counts.begin(), counts.end()));
     EXPECT_EQ(diskDates(photos), shiftedDates(before, 3600));
     EXPECT_EQ(donePaths(operations), pathsOf(photos));
     // The queue never runs its completion block itself; whoever watches it does.
@@ -196,16 +192,14 @@ TEST_F(KVOperationQueueTest, CancelMidRunWaitsThenChangesBackExactlyTheChangedPh
     queue.cancelAllOperations();
     EXPECT_EQ(queue.allSyncOperations(), reverting);
 
-    ASSERT_TRUE(KVTest::waitFor(
-        [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
-        std::chrono::seconds(120)));
+    ASSERT_TRUE(waitForEnd(queue));
     EXPECT_EQ(queue.processedImagesCount(), 0);
     const std::vector<qint64> countdown =
         recorder.values(countKey, QStringLiteral("allImagesCountOnStartOfCancel"));
     ASSERT_FALSE(countdown.empty());
     EXPECT_EQ(countdown.front(), 4);
     EXPECT_EQ(countdown.back(), 0);
-    EXPECT_TRUE(isNonIncreasing(countdown));
+    EXPECT_TRUE(std::is_sorted(countdown.rbegin(), countdown.rend()));
 
     EXPECT_EQ(diskDates(photos), datesBefore);
     QSet<QString> reported;
@@ -257,8 +251,9 @@ TEST_F(KVOperationQueueTest, CancelBeforeAnyChangeRegistersNothingAndStaysInProc
     EXPECT_EQ(queue.processedImagesCount(), 0);
 }
 
-TEST_F(KVOperationQueueTest, StartWithNothingRegisteredStaysInProcessUntilReset) {
+TEST_F(KVOperationQueueTest, RegistrationIsASetAndResetEndsTheObservations) {
     KVOperationQueue queue;
+    // Started with nothing registered, the run stays in process until reset.
     queue.reset();
     queue.startSynchronization();
     EXPECT_TRUE(queue.isSynchronizationInProcess());
@@ -266,10 +261,7 @@ TEST_F(KVOperationQueueTest, StartWithNothingRegisteredStaysInProcessUntilReset)
     EXPECT_EQ(queue.allImagesCount(), 0);
     queue.reset();
     EXPECT_FALSE(queue.isSynchronizationInProcess());
-}
 
-TEST_F(KVOperationQueueTest, RegistrationIsASetAndResetEndsTheObservations) {
-    KVOperationQueue queue;
     auto first = std::make_shared<KVSynchronizationOperation>(60, std::vector<KVImageFileRef>{});
     auto second = std::make_shared<KVSynchronizationOperation>(60, std::vector<KVImageFileRef>{});
     queue.addSynchronizationOperation(first);
@@ -317,9 +309,7 @@ TEST_F(KVOperationQueueTest, CountsOfASuspendedQueueWaitForTheNextChangeAfterRes
     EXPECT_FALSE(operations[1]->isExecuting() || operations[1]->isFinished());
 
     queue.setSuspended(false);
-    ASSERT_TRUE(KVTest::waitFor(
-        [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
-        std::chrono::seconds(60)));
+    ASSERT_TRUE(waitForEnd(queue));
     EXPECT_EQ(queue.processedImagesCount(), 3);
 }
 
@@ -349,15 +339,13 @@ TEST_F(KVOperationQueueTest, ResumeContinuesTheCountAndChangesOnlyWhatIsLeft) {
     queue.addObserver(&recorder, countKey);
     queue.addObserver(&recorder, inProcessKey);
     queue.tryCompletePreviosSync();
-    ASSERT_TRUE(KVTest::waitFor(
-        [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
-        std::chrono::seconds(120)));
+    ASSERT_TRUE(waitForEnd(queue));
 
     const std::vector<qint64> counts = recorder.values(countKey);
     ASSERT_FALSE(counts.empty());
     EXPECT_EQ(counts.front(), 7);
     EXPECT_EQ(counts.back(), 12);
-    EXPECT_TRUE(isNonDecreasing(counts));
+    EXPECT_TRUE(std::is_sorted(counts.begin(), counts.end()));
     // Every photo is shifted once: the seven done before are not shifted again.
     EXPECT_EQ(diskDates(photos), shiftedDates(before, -5400));
     const std::vector<KVSynchronizationOperationRef> copies = queue.allSyncOperations();
