@@ -36,20 +36,21 @@ QString unescapeMountPath(const QByteArray &field) {
 }
 
 bool isHiddenVolume(const QString &path, const QString &type) {
-    static const QSet<QString> pseudoTypes = {
-        QStringLiteral("proc"),       QStringLiteral("sysfs"),       QStringLiteral("cgroup"),
-        QStringLiteral("cgroup2"),    QStringLiteral("devpts"),      QStringLiteral("devtmpfs"),
-        QStringLiteral("mqueue"),     QStringLiteral("debugfs"),     QStringLiteral("tracefs"),
-        QStringLiteral("securityfs"), QStringLiteral("pstore"),      QStringLiteral("bpf"),
-        QStringLiteral("configfs"),   QStringLiteral("fusectl"),     QStringLiteral("hugetlbfs"),
-        QStringLiteral("autofs"),     QStringLiteral("binfmt_misc"), QStringLiteral("nsfs"),
-        QStringLiteral("efivarfs"),   QStringLiteral("rpc_pipefs"),
+    // Plain literals, not a container: the watching thread may still ask while statics are
+    // being destroyed at exit.
+    static constexpr const char *pseudoTypes[] = {
+        "proc",      "sysfs",   "cgroup",      "cgroup2", "devpts",   "devtmpfs",   "mqueue",
+        "debugfs",   "tracefs", "securityfs",  "pstore",  "bpf",      "configfs",   "fusectl",
+        "hugetlbfs", "autofs",  "binfmt_misc", "nsfs",    "efivarfs", "rpc_pipefs",
     };
-    if (pseudoTypes.contains(type))
-        return true;
+    for (const char *pseudo : pseudoTypes) {
+        if (type == QLatin1String(pseudo))
+            return true;
+    }
     for (const char *system : {"/proc", "/sys", "/dev", "/run"}) {
-        const QString prefix = QLatin1String(system);
-        if (path == prefix || path.startsWith(prefix + QLatin1Char('/')))
+        const QLatin1String prefix(system);
+        if (path == prefix || (path.startsWith(prefix) && path.size() > prefix.size() &&
+                               path[prefix.size()] == QLatin1Char('/')))
             return true;
     }
     return false;
