@@ -9,4 +9,8 @@ folder="$KALVORA_ROOT/build/tests${KALVORA_SANITIZE:+-$KALVORA_SANITIZE}"
 kalvora_build "$folder" RelWithDebInfo -DKALVORA_SANITIZE="${KALVORA_SANITIZE:-}"
 cd "$folder"
 export QT_QPA_PLATFORM=offscreen
+# Qt is not built for ThreadSanitizer: its exemptions reach the tests and the programs they start.
+if [ "${KALVORA_SANITIZE:-}" = thread ]; then
+    export TSAN_OPTIONS="suppressions=$KALVORA_ROOT/Tests/tsan.supp ${TSAN_OPTIONS:-}"
+fi
 ctest --output-on-failure --timeout 300 -j "$(nproc)" "$@"

@@ -6,6 +6,9 @@
 int main(int argc, char **argv) {
     // Tests never touch a real user's settings.
     QStandardPaths::setTestModeEnabled(true);
+    // Widgets are drawn without a screen unless a test run asks for one.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QCoreApplication application(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
