@@ -4,11 +4,51 @@
 #include <QThread>
 #include <QTimer>
 
+#include <deque>
+#include <mutex>
+
+namespace {
+
+// Work waits here, under a lock of our own, and Qt's event only says "there is work": what is
+// handed between threads then never depends on the event queue's own locking.
+struct MainQueue {
+    std::mutex mutex;
+    std::deque<std::function<void()>> work;
+};
+
+MainQueue &mainQueue() {
+    // Never destroyed: worker threads may still post while statics go away at exit.
+    static MainQueue *queue = new MainQueue;
+    return *queue;
+}
+
+void runPostedWork() {
+    MainQueue &queue = mainQueue();
+    for (;;) {
+        std::function<void()> next;
+        {
+            std::lock_guard lock(queue.mutex);
+            if (queue.work.empty())
+                return;
+            next = std::move(queue.work.front());
+            queue.work.pop_front();
+        }
+        next();
+    }
+}
+
+} // namespace
+
 void KVDispatchMain(std::function<void()> work) {
     QCoreApplication *application = QCoreApplication::instance();
     if (!application)
         return;
-    QMetaObject::invokeMethod(application, std::move(work), Qt::QueuedConnection);
+    {
+        MainQueue &queue = mainQueue();
+        std::lock_guard lock(queue.mutex);
+        queue.work.push_back(std::move(work));
+    }
+    QMetaObject::invokeMethod(application, &runPostedWork, Qt::QueuedConnection);
 }
 
 void KVDispatchMainAfter(double seconds, std::function<void()> work) {
