@@ -79,6 +79,19 @@ QString KVAppDelegateFixture::slowTool(double seconds) {
     return path;
 }
 
+QString KVAppDelegateFixture::gatedTool(const QString &gate) {
+    const QString path = m_root.filePath("gated-exiftool");
+    QFile tool(path);
+    EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
+    tool.write(
+        QStringLiteral("#!/bin/sh\nwhile [ -e \"%1\" ]; do sleep 0.05; done\nexec \"%2\" \"$@\"\n")
+            .arg(gate, QStringLiteral(KALVORA_EXIFTOOL))
+            .toUtf8());
+    tool.close();
+    tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
 bool KVAppDelegateFixture::waitForRunToEnd() {
     return KVTest::waitFor(
         [&] {

@@ -142,17 +142,31 @@ protected:
             m_originals << dateOnDisk(path);
         add({m_reference, m_disk});
         markReferenceAndMatch(m_b[0]);
-        KVSetToolPath(slowTool(0.3).toUtf8().constData());
+        m_gate = m_root.filePath("gate");
+        KVSetToolPath(gatedTool(m_gate).toUtf8().constData());
+    }
+
+    // Lets the held photos go on.
+    void openGate() { QFile::remove(m_gate); }
+    void TearDown() override {
+        // A test that failed midway must not leave its run held for ever.
+        if (!m_gate.isEmpty())
+            openGate();
+        KVAppDelegateVolumeTest::TearDown();
     }
 
     void startAndUnplug() {
         m_delegate->synchronizeTimeOrCancel();
         KVOperationQueue &queue = m_delegate->syncQueue();
         ASSERT_TRUE(KVTest::waitFor([&] { return queue.processedImagesCount() >= 1; }));
+        // Held from here on, so the run is surely still going when the disk goes.
+        QFile gate(m_gate);
+        ASSERT_TRUE(gate.open(QIODevice::WriteOnly));
+        gate.close();
         ASSERT_TRUE(run("umount", {"-l", m_disk}));
     }
 
-    QString m_store, m_disk;
+    QString m_store, m_disk, m_gate;
     QStringList m_b, m_originals;
 };
 
@@ -170,6 +184,7 @@ TEST_F(KVAppDelegateUnmountTest, TryAgainWaitsForTheDiskAndTheRunFinishesFromIts
             return 0; // not back yet: asked again
         }
         EXPECT_TRUE(run("mount", {"--bind", m_store, m_disk}));
+        openGate();
         return 0;
     });
     startAndUnplug();
@@ -194,6 +209,7 @@ TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegister
     // The disk stays away: the photos not yet done are skipped, the done ones stay changed.
     m_ui.setAlertHandler([&](const KVHeadlessUserInterface::Alert &) {
         ++alerts;
+        openGate();
         return 1;
     });
     startAndUnplug();
