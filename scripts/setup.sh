@@ -6,7 +6,7 @@ set -euo pipefail
 KALVORA_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 KALVORA_PACKAGES=(build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libqt6svg6-dev
-    qt6-image-formats-plugins
+    qt6-image-formats-plugins qt6-qpa-plugins
     libexiv2-dev libraw-dev libimage-exiftool-perl shared-mime-info
     libgtest-dev googletest xvfb xauth)
 
