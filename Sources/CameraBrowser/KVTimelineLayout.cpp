@@ -1,0 +1,165 @@
+#include "KVTimelineLayout.h"
+
+#include <algorithm>
+
+namespace {
+
+// A frame holds the left and bottom edges but not the right and top ones, so that two abutting
+// thumbnails never both claim the pixel between them.
+bool frameContains(const QRectF &frame, const QPointF &point) {
+    return point.x() >= frame.left() && point.x() < frame.right() && point.y() >= frame.top() &&
+           point.y() < frame.bottom();
+}
+
+} // namespace
+
+int KVTimelineLayout::insertImage(const QDateTime &creationDate, const QRectF &frame) {
+    const QDateTime first = firstImageDate();
+    m_images.push_back({creationDate, KVTimeScale::timeIntervalSince1970(creationDate), frame});
+    if (!first.isValid() || m_images.back().time < KVTimeScale::timeIntervalSince1970(first))
+        m_timeScale.setFirstImageDate(creationDate);
+    return count() - 1;
+}
+
+QDateTime KVTimelineLayout::firstImageDate() const {
+    const auto first =
+        std::min_element(m_images.begin(), m_images.end(),
+                         [](const Image &a, const Image &b) { return a.time < b.time; });
+    return first == m_images.end() ? QDateTime() : first->date;
+}
+
+QDateTime KVTimelineLayout::lastImageDate() const {
+    const auto last =
+        std::max_element(m_images.begin(), m_images.end(),
+                         [](const Image &a, const Image &b) { return a.time < b.time; });
+    return last == m_images.end() ? QDateTime() : last->date;
+}
+
+std::optional<int> KVTimelineLayout::lastImageView() const {
+    if (m_images.empty())
+        return std::nullopt;
+    return count() - 1;
+}
+
+void KVTimelineLayout::setScale(double scale) {
+    m_timeScale.setScale(scale);
+    for (Image &image : m_images)
+        image.frame.moveLeft(m_timeScale.offsetXForTimeInterval(image.time, scale));
+}
+
+void KVTimelineLayout::setScale(double scale, bool fitFrame, double anchorX) {
+    const double oldScale = m_timeScale.scale();
+    setScale(scale);
+    if (!fitFrame)
+        return;
+    const double anchorTime = m_timeScale.timeIntervalForX(anchorX, oldScale);
+    const double anchorNow = m_timeScale.offsetXForTimeInterval(anchorTime, scale);
+    // Set together, so that the scroll is kept within the new width and not the old one.
+    m_frameWidth = neededViewWidth();
+    setVisibleOriginX(m_visibleOriginX + anchorNow - anchorX);
+}
+
+void KVTimelineLayout::setFrameWidth(double width) {
+    m_frameWidth = width;
+    setVisibleOriginX(m_visibleOriginX);
+}
+
+double KVTimelineLayout::maxVisibleOriginX() const {
+    return std::max(0.0, m_frameWidth - m_contentSize.width());
+}
+
+void KVTimelineLayout::setVisibleOriginX(double x) {
+    m_visibleOriginX = std::clamp(x, 0.0, maxVisibleOriginX());
+}
+
+QRectF KVTimelineLayout::visibleRect() const {
+    return QRectF(m_visibleOriginX, 0, m_contentSize.width(), m_contentSize.height());
+}
+
+double KVTimelineLayout::neededViewWidth() const {
+    const std::optional<int> last = lastImageView();
+    const double lastWidth = last ? imageFrame(*last).width() : 0.0;
+    const double span = KVTimeScale::timeIntervalSince1970(lastImageDate()) -
+                        KVTimeScale::timeIntervalSince1970(firstImageDate());
+    return std::max(span * scale() + lastWidth, m_contentSize.width());
+}
+
+void KVTimelineLayout::sizeToFit() {
+    setFrameWidth(m_contentSize.width());
+    const std::optional<int> last = lastImageView();
+    const double lastWidth = last ? imageFrame(*last).width() : 0.0;
+    const double span = KVTimeScale::timeIntervalSince1970(lastImageDate()) -
+                        KVTimeScale::timeIntervalSince1970(firstImageDate());
+    // The last thumbnail ends exactly at the right edge; a timeline of one instant gets the scale
+    // at which a second fills the row.
+    m_minScaleValue = span != 0 ? (m_frameWidth - lastWidth) / span : m_frameWidth;
+    m_maxScaleValue = m_frameWidth;
+    setScale(m_minScaleValue, false, 0);
+}
+
+void KVTimelineLayout::resizeWithOldSuperviewSize(const QSizeF &oldSize, const QSizeF &newSize) {
+    const double oldWidth = oldSize.width();
+    m_contentSize = newSize;
+    setFrameWidth(m_frameWidth + newSize.width() - oldWidth);
+    if (std::abs(m_frameWidth - newSize.width()) < 0.01) {
+        sizeToFit();
+        return;
+    }
+    const QRectF visible = visibleRect();
+    const double currentScale = scale();
+    const double startTime = m_timeScale.timeIntervalForX(visible.x(), currentScale);
+    const double endTime = m_timeScale.timeIntervalForX(visible.x() + oldWidth, currentScale);
+    const std::optional<int> last = lastImageViewBetweenStartTime(startTime, endTime);
+    const double lastTime = last ? m_images.at(*last).time : 0.0;
+    const double lastX = m_timeScale.offsetXForTimeInterval(lastTime, currentScale);
+    const double lastWidth = last ? imageFrame(*last).width() : 0.0;
+    // How far across the old visible width the last visible photo stood; a NaN (a photo as wide
+    // as the row) counts as nothing to keep in place.
+    const double ratio = std::clamp((lastX - visible.x()) / (oldWidth - lastWidth), 0.0, 1.0);
+    if (!(ratio > 0))
+        return;
+    const double distance = lastX - visible.x();
+    const double carried = lastWidth * ratio;
+    const double newDistance = (distance + carried) * (newSize.width() / oldWidth) - carried;
+    setScale(currentScale * newDistance / distance, true, visible.x());
+}
+
+bool KVTimelineLayout::isScalePossible() const {
+    if (m_images.size() != 2)
+        return m_images.size() > 2;
+    return m_images[0].time != m_images[1].time;
+}
+
+std::vector<int> KVTimelineLayout::imageViewsBetweenStartTime(double startTime,
+                                                              double endTime) const {
+    std::vector<int> indexes;
+    for (int index = 0; index < count(); ++index) {
+        const double time = m_images[index].time;
+        if (time >= startTime && time <= endTime)
+            indexes.push_back(index);
+    }
+    return indexes;
+}
+
+std::optional<int> KVTimelineLayout::lastImageViewBetweenStartTime(double startTime,
+                                                                   double endTime) const {
+    const std::vector<int> indexes = imageViewsBetweenStartTime(startTime, endTime);
+    if (indexes.empty())
+        return std::nullopt;
+    // Starting from the last and taking only strictly later ones: among equal latest dates the
+    // earliest in order wins unless the last one itself has the latest date.
+    int latest = indexes.back();
+    for (int index : indexes) {
+        if (m_images[index].time > m_images[latest].time)
+            latest = index;
+    }
+    return latest;
+}
+
+std::optional<int> KVTimelineLayout::imageHitTest(const QPointF &point) const {
+    for (int index = count() - 1; index >= 0; --index) {
+        if (frameContains(m_images[index].frame, point))
+            return index;
+    }
+    return std::nullopt;
+}
