@@ -12,48 +12,40 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
-#include <unistd.h>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-// Records every notice under a mutex, and follows the new path like a photo record does.
+// Records every notice under a mutex, and follows the new path like a photo record does. A
+// notice on the main thread or off the presenter queue is recorded marked, so that every
+// comparison of moves checks the thread too.
 class RecordingPresenter : public KVFilePresenter {
 public:
-    explicit RecordingPresenter(QString path, std::shared_ptr<std::atomic<int>> destroyed = {})
+    explicit RecordingPresenter(QString path, bool unregisterWhenCalled = false)
         : m_path(std::move(path))
-        , m_destroyed(std::move(destroyed))
-    {
-    }
-    ~RecordingPresenter() override
-    {
-        if (m_destroyed)
-            ++*m_destroyed;
-    }
+        , m_unregisterWhenCalled(unregisterWhenCalled) {}
 
-    QString presentedItemPath() const override
-    {
+    QString presentedItemPath() const override {
         std::lock_guard lock(m_mutex);
         return m_path;
     }
 
-    void presentedItemDidMoveToPath(const QString &newPath) override
-    {
-        const bool onMainThread =
-            QThread::currentThread() == QCoreApplication::instance()->thread();
+    void presentedItemDidMoveToPath(const QString &newPath) override {
         // The running notice itself is one of the presenter queue's operations.
-        const bool onPresenterQueue = KVFileCoordinator::presenterQueue().operationCount() > 0;
+        const bool wrongThread =
+            QThread::currentThread() == QCoreApplication::instance()->thread() ||
+            KVFileCoordinator::presenterQueue().operationCount() == 0;
         {
             std::lock_guard lock(m_mutex);
             m_path = newPath;
-            m_moves.push_back(newPath);
-            m_calledOnMainThread = m_calledOnMainThread || onMainThread;
-            m_calledOffPresenterQueue = m_calledOffPresenterQueue || !onPresenterQueue;
+            m_moves.push_back(wrongThread ? u"(wrong thread) "_s + newPath : newPath);
         }
         if (m_unregisterWhenCalled)
             KVFileCoordinator::removeFilePresenter(this);
@@ -61,539 +53,298 @@ public:
 
     // A list of its own: Qt's containers check their sharing with a relaxed load, so one shared
     // with the presenter queue's thread would race when that thread appends.
-    QStringList moves() const
-    {
+    QStringList moves() const {
         std::lock_guard lock(m_mutex);
         return QStringList(m_moves.begin(), m_moves.end());
     }
-    int callCount() const
-    {
-        std::lock_guard lock(m_mutex);
-        return static_cast<int>(m_moves.size());
-    }
-    bool calledOnMainThread() const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_calledOnMainThread;
-    }
-    bool calledOffPresenterQueue() const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_calledOffPresenterQueue;
-    }
-    // Set before registering: the presenter then unregisters from inside its first notice.
-    void setUnregisterWhenCalled(bool value) { m_unregisterWhenCalled = value; }
 
 private:
     mutable std::mutex m_mutex;
     QString m_path;
     std::vector<QString> m_moves;
-    bool m_calledOnMainThread = false;
-    bool m_calledOffPresenterQueue = false;
-    bool m_unregisterWhenCalled = false;
-    std::shared_ptr<std::atomic<int>> m_destroyed;
+    const bool m_unregisterWhenCalled;
 };
 
 using PresenterRef = std::shared_ptr<RecordingPresenter>;
 
-bool renamePath(const QString &from, const QString &to)
-{
+bool mv(const QString &from, const QString &to) {
     return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
-bool touch(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write("photo") == 5;
+bool touch(const QString &path) {
+    return QFile(path).open(QIODevice::WriteOnly);
+}
+
+// Waits for as many notices as expected (a deadline, not a sleep), then compares them all.
+void expectMoves(const PresenterRef &presenter, const QStringList &expected) {
+    KVTest::waitFor([&] { return presenter->moves().size() >= expected.size(); });
+    EXPECT_EQ(presenter->moves(), expected);
 }
 
 class KVFileCoordinatorTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         ASSERT_TRUE(m_root.isValid());
-        m_hadDataHome = qEnvironmentVariableIsSet("XDG_DATA_HOME");
-        m_oldDataHome = qgetenv("XDG_DATA_HOME");
-        m_dataHome = m_root.filePath(QStringLiteral("data"));
-        ASSERT_TRUE(QDir().mkpath(m_dataHome));
+        if (qEnvironmentVariableIsSet("XDG_DATA_HOME"))
+            m_oldDataHome = qgetenv("XDG_DATA_HOME");
+        m_dataHome = m_root.filePath(u"data"_s);
         qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome));
+        m_trash = makeTrash(); // tests of a Trash that appears late remove it first
+        m_photos = folder(u"photos"_s);
     }
 
-    void TearDown() override
-    {
+    void TearDown() override {
         for (const PresenterRef &presenter : m_presenters)
             KVFileCoordinator::removeFilePresenter(presenter.get());
-        m_presenters.clear();
         // Let notices still queued run before the next test changes the environment.
         KVFileCoordinator::presenterQueue().waitUntilAllOperationsAreFinished();
-        if (m_hadDataHome)
-            qputenv("XDG_DATA_HOME", m_oldDataHome);
+        if (m_oldDataHome)
+            qputenv("XDG_DATA_HOME", *m_oldDataHome);
         else
             qunsetenv("XDG_DATA_HOME");
     }
 
-    QString makeTrash()
-    {
-        const QString trash = m_dataHome + QStringLiteral("/Trash/files");
-        EXPECT_TRUE(QDir().mkpath(trash));
-        EXPECT_TRUE(QDir().mkpath(m_dataHome + QStringLiteral("/Trash/info")));
-        return trash;
+    QString makeTrash() {
+        EXPECT_TRUE(QDir().mkpath(m_dataHome + u"/Trash/info"_s));
+        return folder(m_dataHome + u"/Trash/files"_s);
     }
 
-    QString folder(const QString &name)
-    {
-        const QString path = m_root.filePath(name);
+    // A folder under the temporary root (or at an absolute path), made if needed.
+    QString folder(const QString &name) {
+        const QString path = QDir(m_root.path()).filePath(name);
         EXPECT_TRUE(QDir().mkpath(path));
         return path;
     }
 
+    // The .trashinfo file a desktop writes next to the Trash's `files` folder.
+    static void writeTrashInfo(const QString &trash, const QString &name, const QString &origin) {
+        ASSERT_TRUE(QDir().mkpath(trash + u"/info"_s));
+        QFile info(trash + u"/info/"_s + name + u".trashinfo"_s);
+        ASSERT_TRUE(info.open(QIODevice::WriteOnly));
+        info.write("[Trash Info]\nPath=" + QUrl::toPercentEncoding(origin, "/") +
+                   "\nDeletionDate=2024-01-01T10:00:00\n");
+    }
+
     // Creates the file and registers a presenter for it, unregistered again in TearDown.
-    PresenterRef presenterFor(const QString &path)
-    {
+    PresenterRef presenterFor(const QString &path, bool unregisterWhenCalled = false) {
         EXPECT_TRUE(touch(path)) << path.toStdString();
-        auto presenter = std::make_shared<RecordingPresenter>(path);
+        auto presenter = std::make_shared<RecordingPresenter>(path, unregisterWhenCalled);
         KVFileCoordinator::addFilePresenter(presenter);
         m_presenters.push_back(presenter);
         return presenter;
     }
 
-    // A rename whose notice, once seen, proves that every earlier event was handled: the watcher
-    // reads events in order and the presenter queue is serial.
-    void renameSentinelAndWait(const PresenterRef &sentinel)
-    {
-        const QString from = sentinel->presentedItemPath();
-        const int before = sentinel->callCount();
-        const QString to = from + QStringLiteral(".s");
-        ASSERT_TRUE(renamePath(from, to));
-        ASSERT_TRUE(KVTest::waitFor([&] { return sentinel->callCount() == before + 1; }));
-        EXPECT_EQ(sentinel->moves().constLast(), to);
+    // Renames a sentinel file (registered on first use): its notice proves every earlier event
+    // handled and notice run, since events are read in order and the presenter queue is serial.
+    void flushNotices() {
+        if (!m_sentinel)
+            m_sentinel = presenterFor(folder(u"sentinel"_s) + u"/sentinel.jpg"_s);
+        const QString to = m_sentinel->presentedItemPath() + u".s"_s;
+        const QStringList before = m_sentinel->moves();
+        ASSERT_TRUE(mv(m_sentinel->presentedItemPath(), to));
+        expectMoves(m_sentinel, before + QStringList{to});
     }
 
     QTemporaryDir m_root;
     QString m_dataHome;
-    QByteArray m_oldDataHome;
-    bool m_hadDataHome = false;
+    QString m_trash;
+    QString m_photos;
+    std::optional<QByteArray> m_oldDataHome;
     std::vector<PresenterRef> m_presenters;
+    PresenterRef m_sentinel;
 };
 
-TEST_F(KVFileCoordinatorTest, TrashFilesPathFollowsTheEnvironment)
-{
-    EXPECT_TRUE(KVFileCoordinator::trashFilesPath().isEmpty()) << "no Trash folder yet";
-    const QString trash = makeTrash();
-    EXPECT_EQ(KVFileCoordinator::trashFilesPath(), trash);
+TEST_F(KVFileCoordinatorTest, TrashFilesPathFollowsTheEnvironment) {
+    EXPECT_EQ(KVFileCoordinator::trashFilesPath(), m_trash);
+    ASSERT_TRUE(QDir(m_dataHome + u"/Trash"_s).removeRecursively());
+    EXPECT_TRUE(KVFileCoordinator::trashFilesPath().isEmpty()) << "no Trash folder";
 
     qunsetenv("XDG_DATA_HOME");
     const QByteArray oldHome = qgetenv("HOME");
     qputenv("HOME", QFile::encodeName(m_root.path()));
-    EXPECT_TRUE(QDir().mkpath(m_root.filePath(QStringLiteral(".local/share/Trash/files"))));
-    EXPECT_EQ(KVFileCoordinator::trashFilesPath(),
-              m_root.filePath(QStringLiteral(".local/share/Trash/files")));
+    EXPECT_EQ(KVFileCoordinator::trashFilesPath(), folder(u".local/share/Trash/files"_s));
     qputenv("HOME", oldHome);
 }
 
-TEST_F(KVFileCoordinatorTest, RenameWithinFolderIsReportedOnPresenterQueue)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/IMG_0001.JPG"));
+TEST_F(KVFileCoordinatorTest, RenamesAndMovesAreFollowedAndReportedOnThePresenterQueue) {
+    const QString first = folder(u"first"_s);
+    const QString second = folder(u"second"_s);
+    const PresenterRef moving = presenterFor(first + u"/one.jpg"_s);
+    const PresenterRef staying = presenterFor(second + u"/b.jpg"_s);
 
-    const QString renamed = photos + QStringLiteral("/Renamed.JPG");
-    ASSERT_TRUE(renamePath(presenter->presentedItemPath(), renamed));
-
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{renamed});
-    EXPECT_FALSE(presenter->calledOnMainThread());
-    EXPECT_FALSE(presenter->calledOffPresenterQueue());
+    // Back to back, before the first notice can have run: the index must follow at once.
+    ASSERT_TRUE(mv(first + u"/one.jpg"_s, first + u"/two.jpg"_s));
+    ASSERT_TRUE(mv(first + u"/two.jpg"_s, second + u"/three.jpg"_s));
+    expectMoves(moving, {first + u"/two.jpg"_s, second + u"/three.jpg"_s});
+    // Found at its new place, although its first folder has no presenter left.
+    ASSERT_TRUE(mv(second + u"/three.jpg"_s, second + u"/four.jpg"_s));
+    ASSERT_TRUE(mv(second + u"/four.jpg"_s, m_trash + u"/four.jpg"_s));
+    expectMoves(moving, {first + u"/two.jpg"_s, second + u"/three.jpg"_s, second + u"/four.jpg"_s,
+                         m_trash + u"/four.jpg"_s});
+    EXPECT_EQ(staying->moves(), QStringList());
     EXPECT_EQ(KVFileCoordinator::presenterQueue().maxConcurrentOperationCount(), 1);
 }
 
-TEST_F(KVFileCoordinatorTest, MoveIntoAnotherWatchedFolderIsReported)
-{
-    makeTrash();
-    const QString first = folder(QStringLiteral("first"));
-    const QString second = folder(QStringLiteral("second"));
-    const PresenterRef moving = presenterFor(first + QStringLiteral("/a.jpg"));
-    const PresenterRef staying = presenterFor(second + QStringLiteral("/b.jpg"));
-
-    const QString target = second + QStringLiteral("/a moved.jpg");
-    ASSERT_TRUE(renamePath(first + QStringLiteral("/a.jpg"), target));
-    ASSERT_TRUE(KVTest::waitFor([&] { return moving->callCount() == 1; }));
-    EXPECT_EQ(moving->moves(), QStringList{target});
-
-    // Found at its new place: a rename there is followed, although its first folder has no
-    // presenter left.
-    const QString again = second + QStringLiteral("/a again.jpg");
-    ASSERT_TRUE(renamePath(target, again));
-    ASSERT_TRUE(KVTest::waitFor([&] { return moving->callCount() == 2; }));
-    EXPECT_EQ(moving->moves().constLast(), again);
-    EXPECT_EQ(staying->callCount(), 0);
-}
-
-TEST_F(KVFileCoordinatorTest, MoveIntoTrashReportsTheTrashPath)
-{
-    const QString trash = makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/IMG_0002.CR2"));
-
-    ASSERT_TRUE(
-        renamePath(presenter->presentedItemPath(), trash + QStringLiteral("/IMG_0002.CR2")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{trash + QStringLiteral("/IMG_0002.CR2")});
-    EXPECT_TRUE(presenter->moves().constFirst().startsWith(KVFileCoordinator::trashFilesPath()));
-}
-
-TEST_F(KVFileCoordinatorTest, SuccessiveRenamesAreFollowed)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/one.jpg"));
-
-    // Back to back, before the first notice can have run: the index must follow at once.
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/one.jpg"), photos + QStringLiteral("/two.jpg")));
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/two.jpg"), photos + QStringLiteral("/three.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 2; }));
-
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/three.jpg"), photos + QStringLiteral("/four.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 3; }));
-    EXPECT_EQ(presenter->moves(), (QStringList{photos + QStringLiteral("/two.jpg"),
-                                               photos + QStringLiteral("/three.jpg"),
-                                               photos + QStringLiteral("/four.jpg")}));
-}
-
-TEST_F(KVFileCoordinatorTest, RemovedPresenterIsNotCalled)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef removed = presenterFor(photos + QStringLiteral("/removed.jpg"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
+// Each case ends in a rename that would reach the presenter if it were still wrongly indexed.
+TEST_F(KVFileCoordinatorTest, PresentersThatMustNotBeCalledAreNot) {
+    const QString elsewhere = folder(u"elsewhere"_s);
+    const PresenterRef removed = presenterFor(m_photos + u"/removed.jpg"_s);
     KVFileCoordinator::removeFilePresenter(removed.get());
+    const PresenterRef twice = presenterFor(m_photos + u"/twice.jpg"_s);
+    KVFileCoordinator::addFilePresenter(twice);
+    const PresenterRef removesItself = presenterFor(m_photos + u"/self.jpg"_s, true);
+    const PresenterRef leaving = presenterFor(m_photos + u"/leaving.jpg"_s);
+    const std::weak_ptr<RecordingPresenter> dead = presenterFor(m_photos + u"/dead.jpg"_s);
+    m_presenters.pop_back(); // released without unregistering
+    ASSERT_TRUE(dead.expired()) << "the coordinator must not keep presenters alive";
+    // Made at once, so likely at the dead one's address: it is called for its own file only.
+    const PresenterRef fresh = presenterFor(m_photos + u"/fresh.jpg"_s);
 
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/removed.jpg"), photos + QStringLiteral("/x.jpg")));
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(removed->callCount(), 0);
-}
-
-TEST_F(KVFileCoordinatorTest, PresenterRemovingItselfInsideTheNoticeIsCalledOnce)
-{
-    const QString trash = makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    ASSERT_TRUE(touch(photos + QStringLiteral("/self.jpg")));
-    auto presenter = std::make_shared<RecordingPresenter>(photos + QStringLiteral("/self.jpg"));
-    presenter->setUnregisterWhenCalled(true);
-    KVFileCoordinator::addFilePresenter(presenter);
-    m_presenters.push_back(presenter);
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/self.jpg"), trash + QStringLiteral("/self.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    ASSERT_TRUE(
-        renamePath(trash + QStringLiteral("/self.jpg"), trash + QStringLiteral("/self2.jpg")));
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(presenter->callCount(), 1);
-}
-
-TEST_F(KVFileCoordinatorTest, DeadPresenterIsNotCalled)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-    auto destroyed = std::make_shared<std::atomic<int>>(0);
-    {
-        ASSERT_TRUE(touch(photos + QStringLiteral("/dead.jpg")));
-        auto dead = std::make_shared<RecordingPresenter>(photos + QStringLiteral("/dead.jpg"),
-                                                         destroyed);
-        KVFileCoordinator::addFilePresenter(dead);
-        // Released without unregistering.
-    }
-    ASSERT_EQ(destroyed->load(), 1);
-
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/dead.jpg"), photos + QStringLiteral("/d2.jpg")));
-    renameSentinelAndWait(sentinel);
-    // A new presenter may take the dead one's address; it is called for its own file only.
-    const PresenterRef fresh = presenterFor(photos + QStringLiteral("/fresh.jpg"));
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/fresh.jpg"), photos + QStringLiteral("/f2.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return fresh->callCount() == 1; }));
-    EXPECT_EQ(fresh->moves(), QStringList{photos + QStringLiteral("/f2.jpg")});
-}
-
-TEST_F(KVFileCoordinatorTest, MoveToAnUnwatchedFolderGivesNoCall)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const QString elsewhere = folder(QStringLiteral("elsewhere"));
-    const PresenterRef leaving = presenterFor(photos + QStringLiteral("/leaving.jpg"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-
-    ASSERT_TRUE(renamePath(photos + QStringLiteral("/leaving.jpg"),
-                           elsewhere + QStringLiteral("/leaving.jpg")));
-    renameSentinelAndWait(sentinel);
+    for (const QString &name : {u"removed"_s, u"twice"_s, u"dead"_s, u"fresh"_s})
+        ASSERT_TRUE(mv(m_photos + u'/' + name + u".jpg"_s, m_photos + u'/' + name + u"2.jpg"_s));
+    ASSERT_TRUE(mv(m_photos + u"/self.jpg"_s, m_trash + u"/self.jpg"_s));
+    ASSERT_TRUE(mv(m_photos + u"/leaving.jpg"_s, elsewhere + u"/leaving.jpg"_s));
+    flushNotices();
+    ASSERT_TRUE(mv(m_trash + u"/self.jpg"_s, m_trash + u"/self2.jpg"_s));
     // Coming back is a move from an unwatched place: not known to be the same file either.
-    ASSERT_TRUE(renamePath(elsewhere + QStringLiteral("/leaving.jpg"),
-                           photos + QStringLiteral("/leaving.jpg")));
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(leaving->callCount(), 0);
+    ASSERT_TRUE(mv(elsewhere + u"/leaving.jpg"_s, m_photos + u"/leaving.jpg"_s));
+    flushNotices();
+
+    EXPECT_EQ(removed->moves() + leaving->moves(), QStringList());
+    EXPECT_EQ(twice->moves(), QStringList{m_photos + u"/twice2.jpg"_s});
+    EXPECT_EQ(removesItself->moves(), QStringList{m_trash + u"/self.jpg"_s});
+    EXPECT_EQ(fresh->moves(), QStringList{m_photos + u"/fresh2.jpg"_s});
 }
 
-TEST_F(KVFileCoordinatorTest, ManyFilesRenamedAtOnceAreReportedExactlyOnce)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const QString renamed = folder(QStringLiteral("renamed"));
-    const PresenterRef keepWatched = presenterFor(renamed + QStringLiteral("/keep.jpg"));
+TEST_F(KVFileCoordinatorTest, ManyFilesRenamedAtOnceAreReportedExactlyOnce) {
+    const QString renamed = folder(u"renamed"_s);
+    const PresenterRef keepWatched = presenterFor(renamed + u"/keep.jpg"_s);
     constexpr int count = 200;
+    // Half stay in their folder, half go to the other watched folder.
+    const auto target = [&](int index) {
+        return (index % 2 ? renamed : m_photos) + u"/new_%1.JPG"_s.arg(index);
+    };
     std::vector<PresenterRef> presenters;
     for (int index = 0; index < count; ++index)
-        presenters.push_back(presenterFor(photos + QStringLiteral("/IMG_%1.JPG").arg(index)));
+        presenters.push_back(presenterFor(m_photos + u"/IMG_%1.JPG"_s.arg(index)));
+    for (int index = 0; index < count; ++index)
+        ASSERT_TRUE(mv(m_photos + u"/IMG_%1.JPG"_s.arg(index), target(index)));
+    flushNotices();
+    for (int index = 0; index < count; ++index)
+        EXPECT_EQ(presenters[index]->moves(), QStringList{target(index)}) << index;
+}
 
-    for (int index = 0; index < count; ++index) {
-        const QString from = photos + QStringLiteral("/IMG_%1.JPG").arg(index);
-        // Half stay in their folder, half go to the other watched folder.
-        const QString to =
-            (index % 2 ? renamed : photos) + QStringLiteral("/new_%1.JPG").arg(index);
-        ASSERT_TRUE(renamePath(from, to));
+TEST_F(KVFileCoordinatorTest, MovedFolderTakesItsPresentersAlongWhereverItIsWatched) {
+    const std::pair<QString, bool> cases[] = {
+        {m_root.filePath(u"parent/album 2023"_s), true}, // renamed in place
+        {m_trash + u"/album"_s, true},
+        {folder(u"elsewhere"_s) + u"/album"_s, false}, // never reported under its old path
+    };
+    for (const auto &[destination, watched] : cases) {
+        SCOPED_TRACE(destination.toStdString());
+        const QString album = folder(u"parent/album"_s);
+        const PresenterRef first = presenterFor(album + u"/1.jpg"_s);
+        const PresenterRef second = presenterFor(album + u"/2.jpg"_s);
+
+        ASSERT_TRUE(mv(album, destination));
+        flushNotices();
+        ASSERT_TRUE(mv(destination + u"/1.jpg"_s, destination + u"/one.jpg"_s));
+        flushNotices();
+        const QStringList followed = {destination + u"/1.jpg"_s, destination + u"/one.jpg"_s,
+                                      destination + u"/2.jpg"_s};
+        EXPECT_EQ(first->moves() + second->moves(), watched ? followed : QStringList());
     }
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-    renameSentinelAndWait(sentinel);
-
-    for (int index = 0; index < count; ++index) {
-        const QString expected =
-            (index % 2 ? renamed : photos) + QStringLiteral("/new_%1.JPG").arg(index);
-        EXPECT_EQ(presenters[index]->moves(), QStringList{expected}) << index;
-    }
 }
 
-TEST_F(KVFileCoordinatorTest, RenamedFolderTakesItsPresentersAlong)
-{
-    makeTrash();
-    const QString album = folder(QStringLiteral("parent/album"));
-    const PresenterRef first = presenterFor(album + QStringLiteral("/1.jpg"));
-    const PresenterRef second = presenterFor(album + QStringLiteral("/2.jpg"));
-
-    const QString renamedAlbum = m_root.filePath(QStringLiteral("parent/album 2023"));
-    ASSERT_TRUE(renamePath(album, renamedAlbum));
-    ASSERT_TRUE(
-        KVTest::waitFor([&] { return first->callCount() == 1 && second->callCount() == 1; }));
-    EXPECT_EQ(first->moves(), QStringList{renamedAlbum + QStringLiteral("/1.jpg")});
-    EXPECT_EQ(second->moves(), QStringList{renamedAlbum + QStringLiteral("/2.jpg")});
-
-    // Still watched under its new name.
-    ASSERT_TRUE(renamePath(renamedAlbum + QStringLiteral("/1.jpg"),
-                           renamedAlbum + QStringLiteral("/one.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return first->callCount() == 2; }));
-    EXPECT_EQ(first->moves().constLast(), renamedAlbum + QStringLiteral("/one.jpg"));
-}
-
-TEST_F(KVFileCoordinatorTest, FolderMovedIntoTheTrashTakesItsPresentersAlong)
-{
-    const QString trash = makeTrash();
-    const QString album = folder(QStringLiteral("parent/album"));
-    const PresenterRef presenter = presenterFor(album + QStringLiteral("/1.jpg"));
-
-    ASSERT_TRUE(renamePath(album, trash + QStringLiteral("/album")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{trash + QStringLiteral("/album/1.jpg")});
-}
-
-TEST_F(KVFileCoordinatorTest, FolderMovedToAnUnwatchedPlaceIsNoLongerReportedUnderItsOldPath)
-{
-    makeTrash();
-    const QString album = folder(QStringLiteral("parent/album"));
-    const QString elsewhere = folder(QStringLiteral("elsewhere"));
-    const PresenterRef presenter = presenterFor(album + QStringLiteral("/1.jpg"));
-    const PresenterRef sentinel = presenterFor(folder(QStringLiteral("other")) +
-                                               QStringLiteral("/sentinel.jpg"));
-
-    ASSERT_TRUE(renamePath(album, elsewhere + QStringLiteral("/album")));
-    renameSentinelAndWait(sentinel);
-    ASSERT_TRUE(renamePath(elsewhere + QStringLiteral("/album/1.jpg"),
-                           elsewhere + QStringLiteral("/album/2.jpg")));
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(presenter->callCount(), 0);
-}
-
-TEST_F(KVFileCoordinatorTest, FolderKnownByTwoPathsReportsEachPresenterInItsOwnTerms)
-{
-    makeTrash();
-    const QString real = folder(QStringLiteral("real"));
-    const QString link = m_root.filePath(QStringLiteral("link"));
+TEST_F(KVFileCoordinatorTest, FolderKnownByTwoPathsReportsEachPresenterInItsOwnTerms) {
+    const QString real = folder(u"real"_s);
+    const QString link = m_root.filePath(u"link"_s);
     ASSERT_TRUE(QFile::link(real, link));
-    const PresenterRef direct = presenterFor(real + QStringLiteral("/a.jpg"));
-    const PresenterRef throughLink = presenterFor(link + QStringLiteral("/b.jpg"));
+    const PresenterRef direct = presenterFor(real + u"/a.jpg"_s);
+    const PresenterRef throughLink = presenterFor(link + u"/b.jpg"_s);
 
-    ASSERT_TRUE(renamePath(real + QStringLiteral("/a.jpg"), real + QStringLiteral("/a2.jpg")));
-    ASSERT_TRUE(renamePath(real + QStringLiteral("/b.jpg"), real + QStringLiteral("/b2.jpg")));
-    ASSERT_TRUE(
-        KVTest::waitFor([&] { return direct->callCount() == 1 && throughLink->callCount() == 1; }));
-    EXPECT_EQ(direct->moves(), QStringList{real + QStringLiteral("/a2.jpg")});
-    EXPECT_EQ(throughLink->moves(), QStringList{link + QStringLiteral("/b2.jpg")});
+    ASSERT_TRUE(mv(real + u"/a.jpg"_s, real + u"/a2.jpg"_s));
+    ASSERT_TRUE(mv(real + u"/b.jpg"_s, real + u"/b2.jpg"_s));
+    expectMoves(direct, {real + u"/a2.jpg"_s});
+    expectMoves(throughLink, {link + u"/b2.jpg"_s});
 
     // Unregistering the presenter of one path keeps the folder watched for the other.
     KVFileCoordinator::removeFilePresenter(throughLink.get());
-    ASSERT_TRUE(renamePath(real + QStringLiteral("/a2.jpg"), real + QStringLiteral("/a3.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return direct->callCount() == 2; }));
+    ASSERT_TRUE(mv(real + u"/a2.jpg"_s, real + u"/a3.jpg"_s));
+    expectMoves(direct, {real + u"/a2.jpg"_s, real + u"/a3.jpg"_s});
 }
 
-TEST_F(KVFileCoordinatorTest, TrashCreatedLaterIsWatched)
-{
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/later.jpg"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-    ASSERT_TRUE(KVFileCoordinator::trashFilesPath().isEmpty());
+TEST_F(KVFileCoordinatorTest, TrashCreatedLaterIsWatchedEvenWhenAnItemIsTrashedAsItAppears) {
+    ASSERT_TRUE(QDir(m_dataHome + u"/Trash"_s).removeRecursively());
+    const PresenterRef first = presenterFor(m_photos + u"/first trashed.jpg"_s);
+    const PresenterRef later = presenterFor(m_photos + u"/later.jpg"_s);
 
-    const QString trash = makeTrash();
-    // Once the sentinel's notice is in, the Trash's appearance has been handled too.
-    renameSentinelAndWait(sentinel);
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/later.jpg"), trash + QStringLiteral("/later.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{trash + QStringLiteral("/later.jpg")});
-}
-
-TEST_F(KVFileCoordinatorTest, ItemTrashedAsTheTrashAppearsIsFoundThroughItsTrashInfo)
-{
-    const QString photos = folder(QStringLiteral("photos"));
-    const QString original = photos + QStringLiteral("/first trashed.jpg");
-    const PresenterRef presenter = presenterFor(original);
-
-    // What a desktop does on the first move to the Trash: make the folders, write the info
-    // file, rename; all at once, so the watcher may see the Trash only afterwards.
-    const QString trash = makeTrash();
-    QFile info(m_dataHome + QStringLiteral("/Trash/info/first trashed.jpg.trashinfo"));
-    ASSERT_TRUE(info.open(QIODevice::WriteOnly));
-    info.write("[Trash Info]\nPath=" + QUrl::toPercentEncoding(original, "/") +
-               "\nDeletionDate=2024-01-01T10:00:00\n");
-    info.close();
-    ASSERT_TRUE(renamePath(original, trash + QStringLiteral("/first trashed.jpg")));
-
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{trash + QStringLiteral("/first trashed.jpg")});
-}
-
-TEST_F(KVFileCoordinatorTest, ItemMovedInBeforeTheTrashWasWatchedIsFoundThroughItsTrashInfo)
-{
-    const QString photos = folder(QStringLiteral("photos"));
-    const QString original = photos + QStringLiteral("/IMG 7.jpg");
-    const PresenterRef presenter = presenterFor(original);
-
-    // The item goes into a Trash that is not yet in place (an unpaired IN_MOVED_FROM), and the
-    // whole Trash appears afterwards: only its info file tells where the item came from.
-    const QString staging = folder(QStringLiteral("staging/Trash"));
-    ASSERT_TRUE(QDir().mkpath(staging + QStringLiteral("/files")));
-    ASSERT_TRUE(QDir().mkpath(staging + QStringLiteral("/info")));
-    QFile info(staging + QStringLiteral("/info/IMG 7.jpg.trashinfo"));
-    ASSERT_TRUE(info.open(QIODevice::WriteOnly));
-    info.write("[Trash Info]\nPath=" + QUrl::toPercentEncoding(original, "/") +
-               "\nDeletionDate=2024-01-01T10:00:00\n");
-    info.close();
-    ASSERT_TRUE(renamePath(original, staging + QStringLiteral("/files/IMG 7.jpg")));
-    ASSERT_TRUE(renamePath(staging, m_dataHome + QStringLiteral("/Trash")));
-
-    const QString expected = m_dataHome + QStringLiteral("/Trash/files/IMG 7.jpg");
-    ASSERT_TRUE(KVTest::waitFor([&] { return presenter->callCount() == 1; }));
-    EXPECT_EQ(presenter->moves(), QStringList{expected});
-    EXPECT_TRUE(expected.startsWith(KVFileCoordinator::trashFilesPath()));
-}
-
-TEST_F(KVFileCoordinatorTest, TrashedItemWithAnotherOriginIsNotTakenForThePresentersFile)
-{
-    const QString photos = folder(QStringLiteral("photos"));
-    const QString elsewhere = folder(QStringLiteral("elsewhere"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/IMG_0001.JPG"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-
-    // Same name, other camera: the Trash's item came from another folder.
-    const QString staging = folder(QStringLiteral("staging/Trash"));
-    ASSERT_TRUE(QDir().mkpath(staging + QStringLiteral("/files")));
-    ASSERT_TRUE(QDir().mkpath(staging + QStringLiteral("/info")));
-    QFile info(staging + QStringLiteral("/info/IMG_0001.JPG.trashinfo"));
-    ASSERT_TRUE(info.open(QIODevice::WriteOnly));
-    info.write("[Trash Info]\nPath=" +
-               QUrl::toPercentEncoding(elsewhere + QStringLiteral("/IMG_0001.JPG"), "/") + "\n");
-    info.close();
-    ASSERT_TRUE(touch(staging + QStringLiteral("/files/IMG_0001.JPG")));
-    ASSERT_TRUE(renamePath(photos + QStringLiteral("/IMG_0001.JPG"),
-                           elsewhere + QStringLiteral("/IMG_0001.JPG")));
-    ASSERT_TRUE(renamePath(staging, m_dataHome + QStringLiteral("/Trash")));
-
-    // Past the pairing window, the unpaired move has been dropped.
-    QThread::msleep(800);
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(presenter->callCount(), 0);
-}
-
-TEST_F(KVFileCoordinatorTest, PresenterRegisteredTwiceIsCalledOnce)
-{
+    // A desktop's first trashing: folders, info file, rename, all at once; the Trash is seen late.
     makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef presenter = presenterFor(photos + QStringLiteral("/twice.jpg"));
-    const PresenterRef sentinel = presenterFor(photos + QStringLiteral("/sentinel.jpg"));
-    KVFileCoordinator::addFilePresenter(presenter);
+    writeTrashInfo(m_dataHome + u"/Trash"_s, u"first trashed.jpg"_s, first->presentedItemPath());
+    ASSERT_TRUE(mv(first->presentedItemPath(), m_trash + u"/first trashed.jpg"_s));
+    expectMoves(first, {m_trash + u"/first trashed.jpg"_s});
 
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/twice.jpg"), photos + QStringLiteral("/once.jpg")));
-    renameSentinelAndWait(sentinel);
-    EXPECT_EQ(presenter->moves(), QStringList{photos + QStringLiteral("/once.jpg")});
+    ASSERT_TRUE(mv(later->presentedItemPath(), m_trash + u"/later.jpg"_s));
+    expectMoves(later, {m_trash + u"/later.jpg"_s});
 }
 
-TEST_F(KVFileCoordinatorTest, DeletedFolderIsWatchedAgainWhenAPresenterRegistersInIt)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef early = presenterFor(photos + QStringLiteral("/early.jpg"));
-    const QString other = folder(QStringLiteral("other"));
-    const PresenterRef sentinel = presenterFor(other + QStringLiteral("/sentinel.jpg"));
+TEST_F(KVFileCoordinatorTest, ItemMovedInBeforeTheTrashWasWatchedIsFoundByItsOriginOnly) {
+    ASSERT_TRUE(QDir(m_dataHome + u"/Trash"_s).removeRecursively());
+    const QString elsewhere = folder(u"elsewhere"_s);
+    const PresenterRef sameName = presenterFor(m_photos + u"/IMG_0001.JPG"_s);
+    const PresenterRef trashed = presenterFor(m_photos + u"/IMG 7.jpg"_s);
 
-    ASSERT_TRUE(QDir(photos).removeRecursively());
-    renameSentinelAndWait(sentinel); // the kernel's end of the watch has been handled
-    ASSERT_TRUE(QDir().mkpath(photos));
-    const PresenterRef late = presenterFor(photos + QStringLiteral("/late.jpg"));
-    ASSERT_TRUE(touch(photos + QStringLiteral("/early.jpg")));
+    // Items go into a Trash not yet in place (unpaired IN_MOVED_FROMs) that then appears whole:
+    // only its info files tell where they came from. Same name, other camera: its IMG_0001.JPG
+    // came from elsewhere, and the presenter's own file left (unpaired) before IMG 7.jpg did.
+    const QString staging = folder(u"staging/Trash"_s);
+    ASSERT_TRUE(touch(folder(staging + u"/files"_s) + u"/IMG_0001.JPG"_s));
+    writeTrashInfo(staging, u"IMG_0001.JPG"_s, elsewhere + u"/IMG_0001.JPG"_s);
+    ASSERT_TRUE(mv(m_photos + u"/IMG_0001.JPG"_s, elsewhere + u"/IMG_0001.JPG"_s));
+    writeTrashInfo(staging, u"IMG 7.jpg"_s, m_photos + u"/IMG 7.jpg"_s);
+    ASSERT_TRUE(mv(m_photos + u"/IMG 7.jpg"_s, staging + u"/files/IMG 7.jpg"_s));
+    ASSERT_TRUE(mv(staging, m_dataHome + u"/Trash"_s));
 
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/early.jpg"), photos + QStringLiteral("/e2.jpg")));
-    ASSERT_TRUE(
-        renamePath(photos + QStringLiteral("/late.jpg"), photos + QStringLiteral("/l2.jpg")));
-    ASSERT_TRUE(KVTest::waitFor([&] { return early->callCount() == 1 && late->callCount() == 1; }));
-    EXPECT_EQ(early->moves(), QStringList{photos + QStringLiteral("/e2.jpg")});
-    EXPECT_EQ(late->moves(), QStringList{photos + QStringLiteral("/l2.jpg")});
+    expectMoves(trashed, {m_dataHome + u"/Trash/files/IMG 7.jpg"_s});
+    flushNotices(); // runs any notice queued with the one above
+    EXPECT_EQ(sameName->moves(), QStringList());
 }
 
-TEST_F(KVFileCoordinatorTest, RegistrationsFromManyThreadsDuringRenamesAreSafe)
-{
-    makeTrash();
-    const QString photos = folder(QStringLiteral("photos"));
-    const PresenterRef renamed = presenterFor(photos + QStringLiteral("/r0.jpg"));
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
+TEST_F(KVFileCoordinatorTest, DeletedFolderIsWatchedAgainWhenAPresenterRegistersInIt) {
+    const PresenterRef early = presenterFor(m_photos + u"/early.jpg"_s);
+    ASSERT_TRUE(QDir(m_photos).removeRecursively());
+    flushNotices(); // the kernel's end of the watch has been handled
+    ASSERT_TRUE(QDir().mkpath(m_photos));
+    const PresenterRef late = presenterFor(m_photos + u"/late.jpg"_s);
+    ASSERT_TRUE(touch(m_photos + u"/early.jpg"_s));
+
+    ASSERT_TRUE(mv(m_photos + u"/early.jpg"_s, m_photos + u"/e2.jpg"_s));
+    ASSERT_TRUE(mv(m_photos + u"/late.jpg"_s, m_photos + u"/l2.jpg"_s));
+    expectMoves(early, {m_photos + u"/e2.jpg"_s});
+    expectMoves(late, {m_photos + u"/l2.jpg"_s});
+}
+
+TEST_F(KVFileCoordinatorTest, RegistrationsFromManyThreadsDuringRenamesAreSafe) {
+    const PresenterRef renamed = presenterFor(m_photos + u"/r0.jpg"_s);
+    std::vector<std::jthread> threads; // asked to stop and joined at the end of the test
     for (int thread = 0; thread < 4; ++thread) {
-        const QString own = folder(QStringLiteral("thread%1").arg(thread));
-        threads.emplace_back([own, &stop] {
-            for (int round = 0; !stop.load(); ++round) {
-                const QString path = own + QStringLiteral("/f%1.jpg").arg(round % 8);
-                auto presenter = std::make_shared<RecordingPresenter>(path);
+        threads.emplace_back([own = folder(u"thread%1"_s.arg(thread))](std::stop_token stop) {
+            for (int round = 0; !stop.stop_requested(); ++round) {
+                auto presenter =
+                    std::make_shared<RecordingPresenter>(own + u"/f%1.jpg"_s.arg(round % 8));
                 KVFileCoordinator::addFilePresenter(presenter);
-                if (round % 3 == 0)
+                if (round % 3 == 0) // the others die registered
                     KVFileCoordinator::removeFilePresenter(presenter.get());
-                // Every other one dies registered.
             }
         });
     }
-    for (int index = 0; index < 50; ++index) {
-        ASSERT_TRUE(renamePath(photos + QStringLiteral("/r%1.jpg").arg(index),
-                               photos + QStringLiteral("/r%1.jpg").arg(index + 1)));
+    QStringList expected;
+    for (int index = 1; index <= 50; ++index) {
+        expected << m_photos + u"/r%1.jpg"_s.arg(index);
+        EXPECT_TRUE(mv(m_photos + u"/r%1.jpg"_s.arg(index - 1), expected.constLast()));
     }
-    ASSERT_TRUE(KVTest::waitFor([&] { return renamed->callCount() == 50; }));
-    stop = true;
-    for (std::thread &thread : threads)
-        thread.join();
-    EXPECT_EQ(renamed->moves().constLast(), photos + QStringLiteral("/r50.jpg"));
+    expectMoves(renamed, expected);
 }
 
 } // namespace
