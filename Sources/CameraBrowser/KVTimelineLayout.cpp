@@ -1,6 +1,10 @@
 #include "KVTimelineLayout.h"
 
+#include "KVCalendarExtensions.h"
+
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace {
 
@@ -16,6 +20,14 @@ bool frameContains(const QRectF &frame, const QPointF &point) {
 int KVTimelineLayout::insertImage(const QDateTime &creationDate, const QRectF &frame) {
     const QDateTime first = firstImageDate();
     m_images.push_back({creationDate, KVTimeScale::timeIntervalSince1970(creationDate), frame});
+    const double time = m_images.back().time;
+    // After every equal date: among equal dates the order stays the insertion order.
+    m_dateOrder.insert(
+        std::upper_bound(m_dateOrder.begin(), m_dateOrder.end(), time,
+                         [this](double t, int index) { return t < m_images[index].time; }),
+        count() - 1);
+    m_maxImageWidth = std::max(m_maxImageWidth, frame.width());
+    m_framesFollowDates = false;
     if (!first.isValid() || m_images.back().time < KVTimeScale::timeIntervalSince1970(first))
         m_timeScale.setFirstImageDate(creationDate);
     return count() - 1;
@@ -41,10 +53,19 @@ std::optional<int> KVTimelineLayout::lastImageView() const {
     return count() - 1;
 }
 
+void KVTimelineLayout::setImageFrame(int index, const QRectF &frame) {
+    Image &image = m_images.at(index);
+    if (frame.x() != image.frame.x())
+        m_framesFollowDates = false;
+    image.frame = frame;
+    m_maxImageWidth = std::max(m_maxImageWidth, frame.width());
+}
+
 void KVTimelineLayout::setScale(double scale) {
     m_timeScale.setScale(scale);
     for (Image &image : m_images)
         image.frame.moveLeft(m_timeScale.offsetXForTimeInterval(image.time, scale));
+    m_framesFollowDates = true;
 }
 
 void KVTimelineLayout::setScale(double scale, bool fitFrame, double anchorX) {
@@ -65,7 +86,11 @@ void KVTimelineLayout::setFrameWidth(double width) {
 }
 
 double KVTimelineLayout::maxVisibleOriginX() const {
-    return std::max(0.0, m_frameWidth - m_contentSize.width());
+    return maxVisibleOriginXForWidth(m_frameWidth);
+}
+
+double KVTimelineLayout::maxVisibleOriginXForWidth(double frameWidth) const {
+    return std::max(0.0, frameWidth - m_contentSize.width());
 }
 
 void KVTimelineLayout::setVisibleOriginX(double x) {
@@ -77,11 +102,15 @@ QRectF KVTimelineLayout::visibleRect() const {
 }
 
 double KVTimelineLayout::neededViewWidth() const {
+    return neededViewWidthAtScale(scale());
+}
+
+double KVTimelineLayout::neededViewWidthAtScale(double scale) const {
     const std::optional<int> last = lastImageView();
     const double lastWidth = last ? imageFrame(*last).width() : 0.0;
     const double span = KVTimeScale::timeIntervalSince1970(lastImageDate()) -
                         KVTimeScale::timeIntervalSince1970(firstImageDate());
-    return std::max(span * scale() + lastWidth, m_contentSize.width());
+    return std::max(span * scale + lastWidth, m_contentSize.width());
 }
 
 void KVTimelineLayout::sizeToFit() {
@@ -162,4 +191,83 @@ std::optional<int> KVTimelineLayout::imageHitTest(const QPointF &point) const {
             return index;
     }
     return std::nullopt;
+}
+
+std::vector<int> KVTimelineLayout::imagesIntersectingXRange(double left, double right) const {
+    // Both are half open: an empty range or frame overlaps nothing.
+    const auto overlaps = [left, right](const QRectF &frame) {
+        return std::max(left, frame.left()) < std::min(right, frame.right());
+    };
+    std::vector<int> indexes;
+    // Only a layout at a scale that is a number and not negative keeps x in date order.
+    if (!m_framesFollowDates || !(scale() >= 0)) {
+        for (int index = 0; index < count(); ++index) {
+            if (overlaps(m_images[index].frame))
+                indexes.push_back(index);
+        }
+        return indexes;
+    }
+    // A frame reaching past left starts after left minus the widest thumbnail; the slack covers
+    // the rounding of x + width far from 0, and anything it lets in is tested exactly.
+    const double slack =
+        (std::abs(left) + m_maxImageWidth) * 4 * std::numeric_limits<double>::epsilon();
+    const double from = left - m_maxImageWidth - slack;
+    const auto x = [this](int index) { return m_images[index].frame.x(); };
+    const auto first = std::lower_bound(m_dateOrder.begin(), m_dateOrder.end(), from,
+                                        [&x](int index, double value) { return x(index) < value; });
+    const auto last = std::lower_bound(first, m_dateOrder.end(), right,
+                                       [&x](int index, double value) { return x(index) < value; });
+    for (auto it = first; it != last; ++it) {
+        if (overlaps(m_images[*it].frame))
+            indexes.push_back(*it);
+    }
+    std::sort(indexes.begin(), indexes.end());
+    return indexes;
+}
+
+std::optional<KVTimelineLayout::ScaleSpanZoom>
+KVTimelineLayout::zoomToScaleSpanAt(const QPointF &point) const {
+    const double top = m_contentSize.height();
+    if (!(point.y() >= top - scaleHeight() && point.y() <= top))
+        return std::nullopt;
+    const double instant = m_timeScale.timeIntervalForX(point.x(), scale());
+    double length = 0;
+    const QDateTime spanStart = m_timeScale.startScaleDateForDate(
+        KVTimeScale::dateWithTimeIntervalSince1970(instant), &length);
+    if (!spanStart.isValid() || !(length > 0))
+        return std::nullopt;
+    ScaleSpanZoom zoom;
+    zoom.scale = m_contentSize.width() / length;
+    zoom.frameWidth = neededViewWidthAtScale(zoom.scale);
+    const double spanX = m_timeScale.offsetXForTimeInterval(
+        KVTimeScale::timeIntervalSince1970(spanStart), zoom.scale);
+    zoom.visibleOriginX = std::clamp(spanX, 0.0, maxVisibleOriginXForWidth(zoom.frameWidth));
+    return zoom;
+}
+
+KVTimelineLayout::TickRow KVTimelineLayout::ticksForXRange(double left, double right) const {
+    TickRow row;
+    const double currentScale = scale();
+    // Without a positive scale no instant lies under an x.
+    if (!(currentScale > 0) || !std::isfinite(currentScale) || !std::isfinite(left) ||
+        !std::isfinite(right))
+        return row;
+    const KVCalendarUnit unit = m_timeScale.currentCalendarUnit();
+    const double endTime = m_timeScale.timeIntervalForX(right, currentScale);
+    double length = 0;
+    QDateTime tick =
+        m_timeScale.startScaleDateForDate(KVTimeScale::dateWithTimeIntervalSince1970(
+                                              m_timeScale.timeIntervalForX(left, currentScale)),
+                                          &length);
+    if (!tick.isValid())
+        return row;
+    row.cellWidth = currentScale * length;
+    const KVDateComponents step = KVCalendarExtensions::oneComponentForKVCalendarUnit(unit);
+    do {
+        const double time = KVTimeScale::timeIntervalSince1970(tick);
+        row.ticks.push_back({m_timeScale.offsetXForTimeInterval(time, currentScale),
+                             KVTimeScale::stringForDate(tick, unit)});
+        tick = KVCalendarExtensions::dateByAddingComponents(step, tick);
+    } while (KVTimeScale::timeIntervalSince1970(tick) < endTime);
+    return row;
 }

@@ -7,6 +7,8 @@
 #include <QRectF>
 #include <QSizeF>
 
+#include <QString>
+
 #include <optional>
 #include <vector>
 
@@ -30,7 +32,7 @@ public:
     QDateTime creationDate(int index) const { return m_images.at(index).date; }
     QRectF imageFrame(int index) const { return m_images.at(index).frame; }
     // The thumbnail's own size changes (fitting, enlarging); the layout only ever moves its x.
-    void setImageFrame(int index, const QRectF &frame) { m_images.at(index).frame = frame; }
+    void setImageFrame(int index, const QRectF &frame);
 
     // Earliest and latest creation dates; invalid without thumbnails.
     QDateTime firstImageDate() const;
@@ -64,6 +66,7 @@ public:
     double selectedImageHeight() const { return imageHeight() + 10; }
 
     double neededViewWidth() const;
+    double neededViewWidthAtScale(double scale) const;
     void sizeToFit();
     // The content area changed from oldSize to newSize. The document's width follows the content
     // area's change first, as a width-resizable document does.
@@ -75,6 +78,35 @@ public:
     std::optional<int> lastImageViewBetweenStartTime(double startTime, double endTime) const;
     // The topmost thumbnail whose frame holds the point.
     std::optional<int> imageHitTest(const QPointF &point) const;
+    // The thumbnails whose frames overlap the document's x range [left, right), in insertion
+    // order, so that painting them in turn puts a later one above an earlier one. Found by a
+    // binary search once the thumbnails stand at their dates.
+    std::vector<int> imagesIntersectingXRange(double left, double right) const;
+
+    struct ScaleSpanZoom {
+        double scale;
+        double frameWidth;
+        double visibleOriginX;
+    };
+    // A double click at the point: inside the scale band (top fifth, both edges included), the
+    // span of the current unit under it fills the content width, starting at the left edge. No
+    // clamping to the slider's range; the scroll is kept within the new width. Nothing outside
+    // the band or for a span of no length.
+    std::optional<ScaleSpanZoom> zoomToScaleSpanAt(const QPointF &point) const;
+
+    struct Tick {
+        double x;
+        QString label;
+    };
+    struct TickRow {
+        // Every label is centred in a cell this wide from its tick: the length of the first span,
+        // so that month labels are all centred on the first month's length.
+        double cellWidth = 0;
+        std::vector<Tick> ticks;
+    };
+    // The ticks of the current unit for the document's x range [left, right): from the start of
+    // the span under left, one step of the unit apart, at least one.
+    TickRow ticksForXRange(double left, double right) const;
 
 private:
     struct Image {
@@ -84,8 +116,16 @@ private:
     };
 
     double maxVisibleOriginX() const;
+    double maxVisibleOriginXForWidth(double frameWidth) const;
 
     std::vector<Image> m_images;
+    // Indexes by date, ties in insertion order: the x order of the frames once laid out.
+    std::vector<int> m_dateOrder;
+    // An upper bound of the thumbnails' widths: it never shrinks, which only widens a search.
+    double m_maxImageWidth = 0;
+    // False from an insertion or a moved frame until the next layout: the frames' x are then not
+    // in date order and the x range search walks every thumbnail.
+    bool m_framesFollowDates = true;
     KVTimeScale m_timeScale{QDateTime(), initialScale};
     double m_minScaleValue = initialMinScaleValue;
     double m_maxScaleValue = initialMaxScaleValue;

@@ -9,9 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -366,6 +368,296 @@ TEST(KVTimelineLayout, TenYearsAtTheLargestScaleAreLaidOutAndHitExactly) {
     const double leftInstant = layout.timeScale().timeIntervalForX(layout.visibleOriginX(), 800);
     EXPECT_NEAR(leftInstant - KVTimeScale::timeIntervalSince1970(start),
                 last + 0.125 + (111.0 - 800) / 800, 1e-6);
+}
+
+std::vector<int> bruteForceInXRange(const KVTimelineLayout &layout, double left, double right) {
+    std::vector<int> indexes;
+    for (int index = 0; index < layout.count(); ++index) {
+        const QRectF frame = layout.imageFrame(index);
+        // Some x lies in both [left, right) and [frame.left, frame.right).
+        bool shared = false;
+        for (double x : {left, frame.left()})
+            shared = shared || (x >= left && x < right && x >= frame.left() && x < frame.right());
+        if (shared)
+            indexes.push_back(index);
+    }
+    return indexes;
+}
+
+struct XRangeCase {
+    std::string name;
+    std::vector<double> offsets;
+    std::vector<double> widths;
+    double left;
+    double right;
+    std::vector<int> expected;
+};
+
+TEST(KVTimelineLayout, ImagesInAnXRangeAreThoseOverlappingItInInsertionOrder) {
+    // At 1 px/s; frames are [x, x + width).
+    const XRangeCase cases[] = {
+        {"left of all", {0, 50, 300}, {111, 111, 111}, -100, 0, {}},
+        {"touching the first", {0, 50, 300}, {111, 111, 111}, -10, 0.5, {0}},
+        {"overlap", {0, 50, 300}, {111, 111, 111}, 60, 70, {0, 1}},
+        {"between two, both edges excluded", {0, 50, 300}, {111, 111, 111}, 161, 300, {}},
+        {"just inside the right edge", {0, 50, 300}, {111, 111, 111}, 410.5, 500, {2}},
+        {"right edge", {0, 50, 300}, {111, 111, 111}, 411, 500, {}},
+        {"everything", {0, 50, 300}, {111, 111, 111}, -1e12, 1e12, {0, 1, 2}},
+        {"empty range", {0, 50, 300}, {111, 111, 111}, 100, 100, {}},
+        {"reversed range", {0, 50, 300}, {111, 111, 111}, 200, 100, {}},
+        // Dates out of insertion order: the answer is in insertion order, the painting order.
+        {"inserted out of date order", {300, 50, 0}, {111, 111, 111}, 60, 70, {1, 2}},
+        // An early, wide thumbnail reaches far past narrow later ones.
+        {"early wide thumbnail", {0, 100, 200, 300}, {1000, 20, 20, 20}, 500, 600, {0}},
+        {"wide one inserted last", {100, 200, 300, 0}, {20, 20, 20, 1000}, 150, 210, {1, 3}},
+        {"same date", {10, 10, 10}, {20, 30, 40}, 25, 26, {1, 2}},
+        {"empty frame", {0, 50}, {111, 0}, 40, 60, {0}},
+    };
+    for (const XRangeCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        KVTimelineLayout layout = timeline({});
+        for (size_t index = 0; index < c.offsets.size(); ++index)
+            layout.insertImage(at(c.offsets[index]), QRectF(0, 8, c.widths[index], 76));
+        layout.setScale(1);
+        EXPECT_EQ(layout.imagesIntersectingXRange(c.left, c.right), c.expected);
+    }
+}
+
+TEST(KVTimelineLayout, ImagesInAnXRangeFollowFramesNotYetLaidOut) {
+    KVTimelineLayout layout = timeline({0, 50, 300});
+    layout.setScale(1);
+    // Inserted after the layout, it stands at 0 until the next one.
+    layout.insertImage(at(1000), landscapeFrame);
+    EXPECT_EQ(layout.imagesIntersectingXRange(0, 1), (std::vector<int>{0, 3}));
+    layout.setScale(1);
+    EXPECT_EQ(layout.imagesIntersectingXRange(0, 1), std::vector<int>{0});
+    EXPECT_EQ(layout.imagesIntersectingXRange(1000, 1001), std::vector<int>{3});
+    // A frame moved by hand out of date order.
+    layout.setImageFrame(0, QRectF(2000, 8, 111, 76));
+    EXPECT_EQ(layout.imagesIntersectingXRange(2000, 2001), std::vector<int>{0});
+    EXPECT_EQ(layout.imagesIntersectingXRange(0, 1), std::vector<int>{});
+}
+
+TEST(KVTimelineLayout, ImagesInAnXRangeOfTenYearsAtTheLargestScale) {
+    std::vector<double> offsets;
+    const QDateTime end = start.addYears(10);
+    for (QDateTime date = start; date < end; date = date.addDays(1))
+        offsets.push_back(start.secsTo(date));
+    KVTimelineLayout layout = timeline(offsets);
+    layout.setScale(800);
+    const int last = layout.count() - 1;
+    const double lastX = offsets.back() * 800;
+    ASSERT_GT(lastX, 1e11);
+    struct Row {
+        std::string name;
+        double left;
+        double right;
+        std::vector<int> expected;
+    };
+    const double x1000 = offsets[1000] * 800;
+    const Row rows[] = {
+        {"first", 0, 1, {0}},
+        {"left edge of one", x1000, x1000 + 1, {1000}},
+        {"just before one", x1000 - 1, x1000, {}},
+        {"last pixel of one", x1000 + 110.5, x1000 + 111, {1000}},
+        {"right edge of one", x1000 + 111, x1000 + 112, {}},
+        {"last", lastX + 110, lastX + 1e6, {last}},
+        {"after all", lastX + 111, lastX + 1e6, {}},
+        {"two days", offsets[5] * 800, offsets[6] * 800 + 1, {5, 6}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(layout.imagesIntersectingXRange(row.left, row.right), row.expected);
+    }
+}
+
+TEST(KVTimelineLayout, ImagesInAnXRangeMatchAFullScanForRandomRanges) {
+    // Ten years, a photo a day at a random time, inserted in random order with random widths.
+    std::mt19937 random(20210327);
+    std::vector<double> offsets;
+    for (int dayIndex = 0; dayIndex < 3653; ++dayIndex)
+        offsets.push_back(dayIndex * day + std::uniform_int_distribution<int>(0, 86399)(random));
+    std::shuffle(offsets.begin(), offsets.end(), random);
+    KVTimelineLayout layout = timeline({});
+    std::uniform_real_distribution<double> width(10, 400);
+    for (double offset : offsets)
+        layout.insertImage(at(offset), QRectF(0, 8, width(random), 76));
+    layout.sizeToFit();
+    for (double scale : {layout.minScaleValue(), 0.001, 1.0, 800.0}) {
+        SCOPED_TRACE(scale);
+        layout.setScale(scale, true, 0);
+        const double documentWidth = layout.frameWidth();
+        std::uniform_real_distribution<double> where(-1000, documentWidth + 1000);
+        std::uniform_int_distribution<int> which(0, layout.count() - 1);
+        for (int trial = 0; trial < 300; ++trial) {
+            double left = where(random);
+            double right = left + std::exp(std::uniform_real_distribution<double>(0, 14)(random));
+            if (trial % 3 == 0) {
+                // Ranges that start or end exactly on a frame's edge.
+                const QRectF frame = layout.imageFrame(which(random));
+                left = trial % 2 ? frame.right() : frame.left() - 50;
+                right = trial % 2 ? frame.right() + 50 : frame.left();
+            }
+            ASSERT_EQ(layout.imagesIntersectingXRange(left, right),
+                      bruteForceInXRange(layout, left, right))
+                << left << " .. " << right;
+        }
+    }
+}
+
+struct SpanZoomCase {
+    std::string name;
+    double scale;
+    // The click, in seconds after the first photo, and its height.
+    double clickedOffset;
+    double clickY;
+    std::optional<double> expectedScale;
+    double expectedOriginX;
+};
+
+TEST(KVTimelineLayout, DoubleClickOnTheScaleBandFillsTheRowWithTheClickedSpan) {
+    // Photos from 27 March to 2 December 2021; the row is 800 x 100, its scale band y 80 to 100.
+    // 28 March lost an hour (starting 15 h after the first photo), 31 October gained one
+    // (starting 218 days less 10 hours after it).
+    const double springDay = 15 * hour;
+    const double autumnDay = 218 * day - 10 * hour;
+    const double april = 110 * hour;
+    const double lastDayEnd = 250 * day * 800 / day + 111 - 800;
+    const SpanZoomCase cases[] = {
+        {"spring day of 23 hours", 0.001, springDay + 12 * hour, 90, 800 / (23 * hour),
+         springDay * 800 / (23 * hour)},
+        {"ordinary day", 0.001, 62 * hour + 5 * hour, 90, 800 / day, 62 * hour * 800 / day},
+        {"autumn day of 25 hours", 0.001, autumnDay + 20 * hour, 90, 800 / (25 * hour),
+         autumnDay * 800 / (25 * hour)},
+        {"day starting before the first photo", 0.001, hour, 90, 800 / day, 0},
+        {"last day, scrolled to the end", 0.001, 250 * day, 90, 800 / day, lastDayEnd},
+        {"hour", 0.05, 1.5 * hour, 90, 800 / hour, 800},
+        {"hour after the skipped one", 0.05, springDay + 2.5 * hour, 90, 800 / hour,
+         (springDay + 2 * hour) * 800 / hour},
+        {"April", 0.0001, april + 10 * day, 90, 800 / (30 * day), april * 800 / (30 * day)},
+        {"March lost an hour", 0.0001, 0, 90, 800 / (31 * day - hour), 0},
+        {"band's bottom edge", 0.001, springDay, 80, 800 / (23 * hour),
+         springDay * 800 / (23 * hour)},
+        {"band's top edge", 0.001, springDay, 100, 800 / (23 * hour),
+         springDay * 800 / (23 * hour)},
+        {"below the band", 0.001, springDay, 79.9, std::nullopt, 0},
+        {"above the row", 0.001, springDay, 100.5, std::nullopt, 0},
+    };
+    for (const SpanZoomCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        KVTimelineLayout layout = timeline({0, 250 * day});
+        layout.setScale(c.scale, true, 0);
+        const std::optional<KVTimelineLayout::ScaleSpanZoom> zoom =
+            layout.zoomToScaleSpanAt(QPointF(c.clickedOffset * c.scale, c.clickY));
+        ASSERT_EQ(zoom.has_value(), c.expectedScale.has_value());
+        if (!zoom)
+            continue;
+        EXPECT_NEAR(zoom->scale, *c.expectedScale, *c.expectedScale * 1e-12);
+        EXPECT_NEAR(zoom->visibleOriginX, c.expectedOriginX, 1e-6);
+
+        // Applied, the row shows the span from its left edge and the scroll stays in the document.
+        layout.setScale(zoom->scale);
+        layout.setFrameWidth(zoom->frameWidth);
+        EXPECT_DOUBLE_EQ(layout.frameWidth(), layout.neededViewWidth());
+        layout.setVisibleOriginX(zoom->visibleOriginX);
+        EXPECT_EQ(layout.visibleOriginX(), zoom->visibleOriginX);
+    }
+}
+
+TEST(KVTimelineLayout, DoubleClickZoomGoesPastTheSlidersRange) {
+    KVTimelineLayout layout = timeline({0, 10});
+    layout.sizeToFit();
+    layout.setScale(100, true, 0);
+    // Seconds at 100 px/s: one second fills the 800 px row...
+    const auto zoom = layout.zoomToScaleSpanAt(QPointF(250, 90));
+    ASSERT_TRUE(zoom);
+    EXPECT_DOUBLE_EQ(zoom->scale, 800);
+    layout.setScale(1, true, 0);
+    // ...while minutes at 1 px/s reach below the slider's minimum.
+    const auto out = layout.zoomToScaleSpanAt(QPointF(2, 90));
+    ASSERT_TRUE(out);
+    EXPECT_DOUBLE_EQ(out->scale, 800.0 / 60);
+    EXPECT_LT(out->scale, layout.minScaleValue());
+}
+
+struct TickCase {
+    std::string name;
+    double scale;
+    // The range, in seconds after the first photo.
+    double leftOffset;
+    double rightOffset;
+    double cellWidth;
+    std::vector<double> offsets;
+    // Unchecked when empty: month names follow the user's locale.
+    std::vector<QString> labels;
+};
+
+TEST(KVTimelineLayout, TicksStartAtTheSpanUnderTheLeftEdgeAndStepByTheUnit) {
+    const double springDay = 15 * hour;
+    const double autumnDay = 218 * day - 10 * hour;
+    const TickCase cases[] = {
+        {"days over the spring change",
+         0.001,
+         springDay + 5 * hour,
+         63 * hour,
+         23 * hour * 0.001,
+         {springDay, 38 * hour, 62 * hour},
+         {"28", "29", "30"}},
+        {"right edge excluded",
+         0.001,
+         springDay + 5 * hour,
+         62 * hour,
+         23 * hour * 0.001,
+         {springDay, 38 * hour},
+         {"28", "29"}},
+        {"hours over the skipped one",
+         0.05,
+         springDay + 0.5 * hour,
+         springDay + 3 * hour,
+         hour * 0.05,
+         {springDay, springDay + hour, springDay + 2 * hour},
+         {"00h", "01h", "03h"}},
+        {"hours over the repeated one",
+         0.05,
+         autumnDay,
+         autumnDay + 4.5 * hour,
+         hour * 0.05,
+         {autumnDay, autumnDay + hour, autumnDay + 2 * hour, autumnDay + 3 * hour,
+          autumnDay + 4 * hour},
+         {"00h", "01h", "02h", "02h", "03h"}},
+        // Every cell is as wide as March, the month under the left edge.
+        {"months",
+         0.0001,
+         0,
+         900 * hour,
+         (31 * day - hour) * 0.0001,
+         {-(26 * day + 9 * hour), 110 * hour, 830 * hour},
+         {}},
+        {"empty range", 0.001, 0, 0, day * 0.001, {-9 * hour}, {"27"}},
+        {"ten minutes",
+         0.5,
+         25 * 60,
+         50 * 60,
+         600 * 0.5,
+         {20 * 60, 30 * 60, 40 * 60},
+         {"09h 20m", "09h 30m", "09h 40m"}},
+    };
+    for (const TickCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        KVTimelineLayout layout = timeline({0, 250 * day});
+        layout.setScale(c.scale);
+        const KVTimelineLayout::TickRow row =
+            layout.ticksForXRange(c.leftOffset * c.scale, c.rightOffset * c.scale);
+        EXPECT_NEAR(row.cellWidth, c.cellWidth, 1e-9);
+        ASSERT_EQ(row.ticks.size(), c.offsets.size());
+        for (size_t index = 0; index < row.ticks.size(); ++index) {
+            SCOPED_TRACE(index);
+            EXPECT_NEAR(row.ticks[index].x, c.offsets[index] * c.scale, 1e-9);
+            if (!c.labels.empty()) {
+                EXPECT_EQ(row.ticks[index].label, c.labels[index]);
+            }
+        }
+    }
 }
 
 } // namespace
