@@ -83,10 +83,15 @@ QString KVAppDelegateFixture::gatedTool(const QString &gate) {
     const QString path = m_root.filePath("gated-exiftool");
     QFile tool(path);
     EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
-    tool.write(
-        QStringLiteral("#!/bin/sh\nwhile [ -e \"%1\" ]; do sleep 0.05; done\nexec \"%2\" \"$@\"\n")
-            .arg(gate, QStringLiteral(KALVORA_EXIFTOOL))
-            .toUtf8());
+    // The first photo always goes through; every later one waits while the gate is there.
+    tool.write(QStringLiteral("#!/bin/sh\n"
+                              "if [ -e \"%1.passed\" ]; then\n"
+                              "    while [ -e \"%1\" ]; do sleep 0.05; done\n"
+                              "fi\n"
+                              ": > \"%1.passed\"\n"
+                              "exec \"%2\" \"$@\"\n")
+                   .arg(gate, QStringLiteral(KALVORA_EXIFTOOL))
+                   .toUtf8());
     tool.close();
     tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     return path;

@@ -23,7 +23,8 @@ protected:
     static QString dateOnDisk(const QString &path);
     // A tool that waits before it runs the real one, so a run can be caught midway.
     QString slowTool(double seconds);
-    // A tool that waits while the gate file exists, so a run can be held midway for certain.
+    // A tool that lets the first photo through and holds every later one while the gate file
+    // exists, so a run is held midway for certain.
     QString gatedTool(const QString &gate);
     bool waitForRunToEnd();
     static bool canMount();

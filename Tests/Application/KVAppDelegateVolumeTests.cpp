@@ -11,9 +11,11 @@
 class KVAppDelegateVolumeTest : public KVAppDelegateFixture {
 protected:
     void SetUp() override {
-        KVAppDelegateFixture::SetUp();
+        // Probed before the delegate listens for unmounts, so the probe's own unmount is never
+        // taken for one of this test's disks.
         if (!canMount())
             GTEST_SKIP() << "mounting a tmpfs needs root (CI runs as root)";
+        KVAppDelegateFixture::SetUp();
         m_reference = makePhoto(m_root.filePath("local"), "a1.jpg", "cameras/Canon_40D.jpg",
                                 "2024:06:01 12:00:00");
     }
@@ -156,14 +158,20 @@ protected:
     }
 
     void startAndUnplug() {
-        m_delegate->synchronizeTimeOrCancel();
-        KVOperationQueue &queue = m_delegate->syncQueue();
-        ASSERT_TRUE(KVTest::waitFor([&] { return queue.processedImagesCount() >= 1; }));
-        // Held from here on, so the run is surely still going when the disk goes.
+        // Closed from the start: one photo is changed, the rest wait, so the run is surely still
+        // going when the disk goes.
         QFile gate(m_gate);
         ASSERT_TRUE(gate.open(QIODevice::WriteOnly));
         gate.close();
+        m_delegate->synchronizeTimeOrCancel();
+        KVOperationQueue &queue = m_delegate->syncQueue();
+        ASSERT_TRUE(KVTest::waitFor([&] { return queue.processedImagesCount() >= 1; }));
         ASSERT_TRUE(run("umount", {"-l", m_disk}));
+    }
+
+    // Every process hears of every unmount; only those of this test's disk are answered here.
+    bool isAboutOurDisk(const KVHeadlessUserInterface::Alert &alert) const {
+        return alert.text.contains(m_disk);
     }
 
     QString m_store, m_disk, m_gate;
@@ -177,8 +185,9 @@ TEST_F(KVAppDelegateUnmountTest, TryAgainWaitsForTheDiskAndTheRunFinishesFromIts
     int alerts = 0;
     qint64 countWhenUnplugged = -1;
     m_ui.setAlertHandler([&](const KVHeadlessUserInterface::Alert &alert) {
+        if (!isAboutOurDisk(alert))
+            return static_cast<int>(alert.buttons.size()) - 1;
         EXPECT_EQ(alert.buttons, QStringList({"Try Again", "Cancel"}));
-        EXPECT_TRUE(alert.text.contains(m_disk));
         if (++alerts == 1) {
             countWhenUnplugged = m_delegate->syncQueue().processedImagesCount();
             return 0; // not back yet: asked again
@@ -207,7 +216,9 @@ TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegister
         return;
     int alerts = 0;
     // The disk stays away: the photos not yet done are skipped, the done ones stay changed.
-    m_ui.setAlertHandler([&](const KVHeadlessUserInterface::Alert &) {
+    m_ui.setAlertHandler([&](const KVHeadlessUserInterface::Alert &alert) {
+        if (!isAboutOurDisk(alert))
+            return static_cast<int>(alert.buttons.size()) - 1;
         ++alerts;
         openGate();
         return 1;
@@ -231,8 +242,7 @@ TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegister
         EXPECT_TRUE(now == m_originals[i] || now == shifted(m_originals[i], 90)) << i;
         changed += now != m_originals[i];
     }
-    EXPECT_GE(changed, 1);
-    EXPECT_LT(changed, m_b.size());
+    EXPECT_EQ(changed, 1);
 }
 
 TEST_F(KVAppDelegateFixture, SevenTrashedFilesGiveOneAlertWithFourAnEllipsisAndTheLast) {
