@@ -96,20 +96,22 @@ public:
     void setHandler(std::function<void(const QString &)> handler) {
         std::lock_guard lock(m_mutex);
         m_handler = std::move(handler);
-        if (!m_started) {
-            m_started = true;
-            std::thread([this] { watch(); }).detach();
-        }
-    }
-
-private:
-    void watch() {
+        if (m_started)
+            return;
+        m_started = true;
         const int fd = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
         if (fd < 0)
             return;
+        // The first picture of the table is taken here, before the caller goes on: a volume
+        // mounted before this call is in it however late the thread gets to run.
         QSet<QString> mounted;
         for (const KVMountedVolume &volume : parseMountInfo(readMountInfo(fd)))
             mounted.insert(volume.path);
+        std::thread([this, fd, mounted] { watch(fd, mounted); }).detach();
+    }
+
+private:
+    void watch(int fd, QSet<QString> mounted) {
         for (;;) {
             // The kernel flags the table with POLLPRI whenever a mount comes or goes.
             pollfd watched{fd, POLLPRI, 0};
