@@ -83,9 +83,11 @@ QString KVAppDelegateFixture::gatedTool(const QString &gate) {
     const QString path = m_root.filePath("gated-exiftool");
     QFile tool(path);
     EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
-    // The first photo always goes through; every later one waits while the gate is there.
+    // The first photo always goes through; every later one says so and waits while the gate is
+    // there.
     tool.write(QStringLiteral("#!/bin/sh\n"
                               "if [ -e \"%1.passed\" ]; then\n"
+                              "    : > \"%1.waiting\"\n"
                               "    while [ -e \"%1\" ]; do sleep 0.05; done\n"
                               "fi\n"
                               ": > \"%1.passed\"\n"
