@@ -66,15 +66,16 @@ void KVBaseOperationQueue::workerLoop() {
         lock.lock();
         m_running.erase(std::find(m_running.begin(), m_running.end(), operation));
         ++m_idleWorkers;
-        const bool idle = m_running.empty();
+        ++m_announcing;
         lock.unlock();
-        // The count is announced before waiters are released, so an observer of
-        // "operationCount" has seen 0 by the time waitUntilAllOperationsAreFinished returns.
         didChangeValueForKey(QStringLiteral("operationCount"));
-        if (idle)
-            m_idleCondition.notify_all();
         m_workCondition.notify_one();
         lock.lock();
+        // Waiters are released only once every worker has finished announcing its count, so
+        // nothing calls an observer after waitUntilAllOperationsAreFinished has returned.
+        --m_announcing;
+        if (m_running.empty() && m_announcing == 0)
+            m_idleCondition.notify_all();
     }
 }
 
@@ -115,12 +116,13 @@ void KVBaseOperationQueue::cancelAllOperations() {
 
 void KVBaseOperationQueue::waitUntilAllOperationsAreFinished() {
     std::unique_lock lock(m_mutex);
-    m_idleCondition.wait(lock, [this] { return m_pending.empty() && m_running.empty(); });
+    m_idleCondition.wait(
+        lock, [this] { return m_pending.empty() && m_running.empty() && m_announcing == 0; });
 }
 
 void KVBaseOperationQueue::waitUntilRunningOperationsAreFinished() {
     std::unique_lock lock(m_mutex);
-    m_idleCondition.wait(lock, [this] { return m_running.empty(); });
+    m_idleCondition.wait(lock, [this] { return m_running.empty() && m_announcing == 0; });
 }
 
 int KVBaseOperationQueue::operationCount() const {

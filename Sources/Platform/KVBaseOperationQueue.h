@@ -44,6 +44,7 @@ private:
     std::vector<std::thread> m_workers;
     int m_maxConcurrent;
     int m_idleWorkers = 0;
+    int m_announcing = 0; // workers between finishing an operation and announcing the count
     bool m_suspended = false;
     bool m_stopping = false;
 };
