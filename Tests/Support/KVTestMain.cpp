@@ -1,5 +1,12 @@
-#include <QCoreApplication>
 #include <QStandardPaths>
+
+#ifdef KALVORA_WIDGET_TESTS
+#include <QApplication>
+using KVTestApplication = QApplication;
+#else
+#include <QCoreApplication>
+using KVTestApplication = QCoreApplication;
+#endif
 
 #include <gtest/gtest.h>
 
@@ -9,7 +16,7 @@ int main(int argc, char **argv) {
     // Widgets are drawn without a screen unless a test run asks for one.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    QCoreApplication application(argc, argv);
+    KVTestApplication application(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
