@@ -174,8 +174,8 @@ bool KVChildProcess::start(const std::vector<std::string> &arguments) {
     // A process group of its own: Ctrl-C at the terminal is the program's to answer (by
     // cancelling between photos), not a kill of the write under way.
     posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(&attributes,
-                             POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK |
+                                              POSIX_SPAWN_SETPGROUP);
 
     pid_t pid = -1;
     const int error = posix_spawnp(&pid, argv.front(), &actions, &attributes, argv.data(), environ);

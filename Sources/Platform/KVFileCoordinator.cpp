@@ -33,8 +33,7 @@ constexpr std::chrono::seconds kRecoveryWindow(10);
 // At most this many items of a Trash that has just appeared are looked at.
 constexpr int kRecoveryScanLimit = 512;
 
-QString normalizedPath(const QString &path)
-{
+QString normalizedPath(const QString &path) {
     if (path.isEmpty())
         return {};
     return QDir::cleanPath(QDir::isAbsolutePath(path) ? path
@@ -42,25 +41,21 @@ QString normalizedPath(const QString &path)
 }
 
 // The folder part of a normalized path ("/" for a file at the root).
-QString folderOf(const QString &path)
-{
+QString folderOf(const QString &path) {
     const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
     return slash <= 0 ? QStringLiteral("/") : path.left(slash);
 }
 
-QString nameOf(const QString &path)
-{
+QString nameOf(const QString &path) {
     return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
-QString joinPath(const QString &folder, const QString &name)
-{
+QString joinPath(const QString &folder, const QString &name) {
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 
 // $XDG_DATA_HOME/Trash/files, whether it exists or not; the environment is read at each call.
-QString trashFilesLocation()
-{
+QString trashFilesLocation() {
     QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
     if (dataHome.isEmpty() || !QDir::isAbsolutePath(dataHome)) {
         QString home = qEnvironmentVariable("HOME");
@@ -80,8 +75,7 @@ struct Delivery {
 
 class Coordinator {
 public:
-    static Coordinator &instance()
-    {
+    static Coordinator &instance() {
         // Never destroyed: presenters may unregister from static destructors of any order.
         static Coordinator *coordinator = new Coordinator;
         return *coordinator;
@@ -143,8 +137,7 @@ struct WatcherShutDown {
     ~WatcherShutDown() { Coordinator::instance().shutDown(); }
 };
 
-void Coordinator::add(const std::shared_ptr<KVFilePresenter> &presenter)
-{
+void Coordinator::add(const std::shared_ptr<KVFilePresenter> &presenter) {
     if (!presenter)
         return;
     // Asked outside the lock: the presenter may take locks of its own.
@@ -175,8 +168,7 @@ void Coordinator::add(const std::shared_ptr<KVFilePresenter> &presenter)
     flushMessages();
 }
 
-void Coordinator::remove(const KVFilePresenter *presenter)
-{
+void Coordinator::remove(const KVFilePresenter *presenter) {
     {
         std::lock_guard lock(m_mutex);
         unregisterLocked(presenter);
@@ -184,8 +176,7 @@ void Coordinator::remove(const KVFilePresenter *presenter)
     flushMessages();
 }
 
-void Coordinator::shutDown()
-{
+void Coordinator::shutDown() {
     KVInotifyWatcher *watcher = nullptr;
     {
         std::lock_guard lock(m_mutex);
@@ -196,8 +187,7 @@ void Coordinator::shutDown()
         watcher->stop();
 }
 
-void Coordinator::startWatcherLocked()
-{
+void Coordinator::startWatcherLocked() {
     if (m_watcher)
         return;
     m_watcher = new KVInotifyWatcher(
@@ -212,8 +202,7 @@ void Coordinator::startWatcherLocked()
     static WatcherShutDown shutDownAtExit;
 }
 
-void Coordinator::unregisterLocked(const KVFilePresenter *raw)
-{
+void Coordinator::unregisterLocked(const KVFilePresenter *raw) {
     const auto found = m_registrations.find(raw);
     if (found == m_registrations.end())
         return;
@@ -230,8 +219,7 @@ void Coordinator::unregisterLocked(const KVFilePresenter *raw)
 
 // Presenters that died without unregistering are dropped when their file moves; those whose
 // file never moves are swept here, at amortized constant cost per registration.
-void Coordinator::sweepDeadPresentersLocked()
-{
+void Coordinator::sweepDeadPresentersLocked() {
     if (m_registrations.size() < m_sweepThreshold)
         return;
     std::vector<const KVFilePresenter *> dead;
@@ -245,8 +233,7 @@ void Coordinator::sweepDeadPresentersLocked()
 }
 
 void Coordinator::movePresentersLocked(const QString &from, const QString &to,
-                                       std::vector<Delivery> &deliveries)
-{
+                                       std::vector<Delivery> &deliveries) {
     if (from == to)
         return;
     const auto found = m_byPath.find(from);
@@ -273,8 +260,7 @@ void Coordinator::movePresentersLocked(const QString &from, const QString &to,
 // A folder with presenters' files in it was renamed or moved (seen in its watched parent):
 // every presenter of a file directly in it follows.
 void Coordinator::moveFolderLocked(const QString &from, const QString &to,
-                                   std::vector<Delivery> &deliveries)
-{
+                                   std::vector<Delivery> &deliveries) {
     if (from == to || !m_folders->hasPresenters(from))
         return;
     std::vector<QString> files;
@@ -289,8 +275,7 @@ void Coordinator::moveFolderLocked(const QString &from, const QString &to,
 }
 
 // Watches the Trash folder, or while it does not exist, its nearest existing ancestor.
-void Coordinator::updateTrashLocked()
-{
+void Coordinator::updateTrashLocked() {
     // A folder made between looking and watching sends no event to the new watch: so look
     // again once the watch is in place, until nothing has changed.
     QString previousTarget;
@@ -326,8 +311,7 @@ void Coordinator::updateTrashLocked()
 // The Trash has just appeared and is watched from now on. An item may have been moved into it
 // before the watch was in place: note where each item came from (its .trashinfo file of the
 // freedesktop.org Trash layout), so that an unpaired IN_MOVED_FROM of that path still finds it.
-void Coordinator::recoverTrashItemsLocked(const QString &trash)
-{
+void Coordinator::recoverTrashItemsLocked(const QString &trash) {
     const QString infoFolder = folderOf(trash) + QStringLiteral("/info");
     const Clock::time_point until = Clock::now() + kRecoveryWindow;
     QDirIterator items(trash,
@@ -349,8 +333,7 @@ void Coordinator::recoverTrashItemsLocked(const QString &trash)
     }
 }
 
-void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Delivery> &deliveries)
-{
+void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Delivery> &deliveries) {
     for (auto pending = m_pending.begin(); pending != m_pending.end();) {
         if (now - pending->second.seen < kPairWindow) {
             ++pending;
@@ -371,8 +354,7 @@ void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Deliver
     std::erase_if(m_recovered, [now](const auto &item) { return item.second.until < now; });
 }
 
-std::chrono::milliseconds Coordinator::nextTimeoutLocked(Clock::time_point now) const
-{
+std::chrono::milliseconds Coordinator::nextTimeoutLocked(Clock::time_point now) const {
     if (m_pending.empty())
         return std::chrono::milliseconds(-1);
     Clock::time_point earliest = Clock::time_point::max();
@@ -382,8 +364,7 @@ std::chrono::milliseconds Coordinator::nextTimeoutLocked(Clock::time_point now) 
     return std::max(wait, std::chrono::milliseconds(1));
 }
 
-std::chrono::milliseconds Coordinator::handleEvents(const std::vector<KVInotifyEvent> &events)
-{
+std::chrono::milliseconds Coordinator::handleEvents(const std::vector<KVInotifyEvent> &events) {
     std::vector<Delivery> deliveries;
     std::chrono::milliseconds timeout;
     {
@@ -418,8 +399,8 @@ std::chrono::milliseconds Coordinator::handleEvents(const std::vector<KVInotifyE
                     for (const QString &source : sources) {
                         // Within one folder known by several paths, keep the path it had.
                         const QString sourceFolder = folderOf(source);
-                        const bool same = std::find(folders.begin(), folders.end(),
-                                                    sourceFolder) != folders.end();
+                        const bool same = std::find(folders.begin(), folders.end(), sourceFolder) !=
+                                          folders.end();
                         const QString folder = same ? sourceFolder : folders.front();
                         const QString target = joinPath(folder, event.name);
                         movePresentersLocked(source, target, deliveries);
@@ -448,8 +429,7 @@ std::chrono::milliseconds Coordinator::handleEvents(const std::vector<KVInotifyE
 }
 
 // Only the watcher thread delivers, so notices reach the serial queue in the order of events.
-void Coordinator::deliver(const std::vector<Delivery> &deliveries)
-{
+void Coordinator::deliver(const std::vector<Delivery> &deliveries) {
     for (const Delivery &delivery : deliveries) {
         KVFileCoordinator::presenterQueue().addOperation(
             std::make_shared<KVInvocationOperation>([this, delivery] {
@@ -459,8 +439,7 @@ void Coordinator::deliver(const std::vector<Delivery> &deliveries)
     }
 }
 
-void Coordinator::run(const Delivery &delivery)
-{
+void Coordinator::run(const Delivery &delivery) {
     const std::shared_ptr<KVFilePresenter> presenter = delivery.presenter.lock();
     if (!presenter)
         return;
@@ -477,8 +456,7 @@ void Coordinator::run(const Delivery &delivery)
         presenter->presentedItemDidMoveToPath(delivery.newPath);
 }
 
-void Coordinator::flushMessages()
-{
+void Coordinator::flushMessages() {
     std::vector<QString> messages;
     {
         std::lock_guard lock(m_mutex);
@@ -496,19 +474,16 @@ void Coordinator::flushMessages()
 
 namespace KVFileCoordinator {
 
-void addFilePresenter(const std::shared_ptr<KVFilePresenter> &presenter)
-{
+void addFilePresenter(const std::shared_ptr<KVFilePresenter> &presenter) {
     Coordinator::instance().add(presenter);
 }
 
-void removeFilePresenter(const KVFilePresenter *presenter)
-{
+void removeFilePresenter(const KVFilePresenter *presenter) {
     if (presenter)
         Coordinator::instance().remove(presenter);
 }
 
-KVBaseOperationQueue &presenterQueue()
-{
+KVBaseOperationQueue &presenterQueue() {
     // Never destroyed: notices may still be queued when the process exits.
     static KVBaseOperationQueue *queue = [] {
         auto *created = new KVBaseOperationQueue;
@@ -518,8 +493,7 @@ KVBaseOperationQueue &presenterQueue()
     return *queue;
 }
 
-QString trashFilesPath()
-{
+QString trashFilesPath() {
     const QString location = trashFilesLocation();
     return QFileInfo(location).isDir() ? location : QString();
 }

@@ -13,12 +13,10 @@
 KVInotifyWatcher::KVInotifyWatcher(Handler handler)
     : m_handler(std::move(handler))
     , m_inotifyFd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
-    , m_wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
-{
+    , m_wakeFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
 }
 
-KVInotifyWatcher::~KVInotifyWatcher()
-{
+KVInotifyWatcher::~KVInotifyWatcher() {
     stop();
     if (m_inotifyFd >= 0)
         close(m_inotifyFd);
@@ -26,15 +24,13 @@ KVInotifyWatcher::~KVInotifyWatcher()
         close(m_wakeFd);
 }
 
-void KVInotifyWatcher::start()
-{
+void KVInotifyWatcher::start() {
     if (!isValid() || m_thread.joinable() || m_stopped)
         return;
     m_thread = std::thread([this] { run(); });
 }
 
-void KVInotifyWatcher::stop()
-{
+void KVInotifyWatcher::stop() {
     m_stopped = true;
     if (!m_thread.joinable())
         return;
@@ -44,8 +40,7 @@ void KVInotifyWatcher::stop()
     m_thread.join();
 }
 
-int KVInotifyWatcher::addWatch(const QString &path, uint32_t mask)
-{
+int KVInotifyWatcher::addWatch(const QString &path, uint32_t mask) {
     if (m_inotifyFd < 0) {
         errno = EBADF;
         return -1;
@@ -53,14 +48,12 @@ int KVInotifyWatcher::addWatch(const QString &path, uint32_t mask)
     return inotify_add_watch(m_inotifyFd, QFile::encodeName(path).constData(), mask);
 }
 
-void KVInotifyWatcher::removeWatch(int wd)
-{
+void KVInotifyWatcher::removeWatch(int wd) {
     if (m_inotifyFd >= 0 && wd >= 0)
         inotify_rm_watch(m_inotifyFd, wd);
 }
 
-bool KVInotifyWatcher::readEvents(std::vector<KVInotifyEvent> &events)
-{
+bool KVInotifyWatcher::readEvents(std::vector<KVInotifyEvent> &events) {
     alignas(struct inotify_event) char buffer[64 * 1024];
     for (;;) {
         const ssize_t length = read(m_inotifyFd, buffer, sizeof buffer);
@@ -85,8 +78,7 @@ bool KVInotifyWatcher::readEvents(std::vector<KVInotifyEvent> &events)
     }
 }
 
-void KVInotifyWatcher::run()
-{
+void KVInotifyWatcher::run() {
     std::chrono::milliseconds timeout(-1);
     for (;;) {
         pollfd descriptors[2] = {{m_inotifyFd, POLLIN, 0}, {m_wakeFd, POLLIN, 0}};

@@ -17,26 +17,22 @@ namespace {
 // (IN_IGNORED, sent when a folder is deleted or unmounted, needs no bit.)
 constexpr uint32_t kWatchMask = IN_MOVED_FROM | IN_MOVED_TO | IN_CREATE | IN_MOVE_SELF | IN_ONLYDIR;
 
-QString parentOf(const QString &folder)
-{
+QString parentOf(const QString &folder) {
     const qsizetype slash = folder.lastIndexOf(QLatin1Char('/'));
     return slash <= 0 ? QStringLiteral("/") : folder.left(slash);
 }
 
-bool statFolder(const QString &path, struct stat *info)
-{
+bool statFolder(const QString &path, struct stat *info) {
     return stat(QFile::encodeName(path).constData(), info) == 0 && S_ISDIR(info->st_mode);
 }
 
 } // namespace
 
 KVWatchedFolders::KVWatchedFolders(KVInotifyWatcher &watcher)
-    : m_watcher(watcher)
-{
+    : m_watcher(watcher) {
 }
 
-void KVWatchedFolders::retain(const QString &folder)
-{
+void KVWatchedFolders::retain(const QString &folder) {
     Folder &entry = m_folders[folder]; // std::map: references stay valid as entries are added
     if (entry.presenters++ == 0 && folder != QLatin1String("/")) {
         const QString parentPath = parentOf(folder);
@@ -49,8 +45,7 @@ void KVWatchedFolders::retain(const QString &folder)
         watch(folder, entry);
 }
 
-void KVWatchedFolders::release(const QString &folder)
-{
+void KVWatchedFolders::release(const QString &folder) {
     const auto found = m_folders.find(folder);
     if (found == m_folders.end() || found->second.presenters == 0)
         return;
@@ -64,14 +59,12 @@ void KVWatchedFolders::release(const QString &folder)
     releaseIfUnused(folder);
 }
 
-bool KVWatchedFolders::hasPresenters(const QString &folder) const
-{
+bool KVWatchedFolders::hasPresenters(const QString &folder) const {
     const auto found = m_folders.find(folder);
     return found != m_folders.end() && found->second.presenters > 0;
 }
 
-bool KVWatchedFolders::assignTrashRoles(const QString &trash, const QString &ancestor)
-{
+bool KVWatchedFolders::assignTrashRoles(const QString &trash, const QString &ancestor) {
     std::vector<QString> demoted;
     for (auto &[path, folder] : m_folders) {
         if (folder.trash && path != trash) {
@@ -103,14 +96,12 @@ bool KVWatchedFolders::assignTrashRoles(const QString &trash, const QString &anc
     return trashWatched;
 }
 
-std::vector<QString> KVWatchedFolders::pathsOf(int wd) const
-{
+std::vector<QString> KVWatchedFolders::pathsOf(int wd) const {
     const auto found = m_watches.find(wd);
     return found == m_watches.end() ? std::vector<QString>() : found->second.paths;
 }
 
-bool KVWatchedFolders::isTrashAncestor(int wd) const
-{
+bool KVWatchedFolders::isTrashAncestor(int wd) const {
     for (const QString &path : pathsOf(wd)) {
         const auto folder = m_folders.find(path);
         if (folder != m_folders.end() && folder->second.trashAncestor)
@@ -119,8 +110,7 @@ bool KVWatchedFolders::isTrashAncestor(int wd) const
     return false;
 }
 
-bool KVWatchedFolders::forget(int wd)
-{
+bool KVWatchedFolders::forget(int wd) {
     const auto found = m_watches.find(wd);
     if (found == m_watches.end())
         return false;
@@ -136,8 +126,7 @@ bool KVWatchedFolders::forget(int wd)
     return trashRole;
 }
 
-bool KVWatchedFolders::detachMovedPaths(int wd)
-{
+bool KVWatchedFolders::detachMovedPaths(int wd) {
     const auto found = m_watches.find(wd);
     if (found == m_watches.end())
         return false;
@@ -158,13 +147,11 @@ bool KVWatchedFolders::detachMovedPaths(int wd)
     return trashRole;
 }
 
-std::vector<QString> KVWatchedFolders::takeMessages()
-{
+std::vector<QString> KVWatchedFolders::takeMessages() {
     return std::exchange(m_messages, {});
 }
 
-void KVWatchedFolders::watch(const QString &path, Folder &folder)
-{
+void KVWatchedFolders::watch(const QString &path, Folder &folder) {
     struct stat info;
     if (!statFolder(path, &info))
         return; // not there (yet): tried again by the next retain()
@@ -186,8 +173,7 @@ void KVWatchedFolders::watch(const QString &path, Folder &folder)
     folder.wd = wd;
 }
 
-void KVWatchedFolders::unalias(const QString &path, int wd)
-{
+void KVWatchedFolders::unalias(const QString &path, int wd) {
     const auto found = m_watches.find(wd);
     if (found == m_watches.end())
         return;
@@ -198,8 +184,7 @@ void KVWatchedFolders::unalias(const QString &path, int wd)
     m_watches.erase(found);
 }
 
-void KVWatchedFolders::releaseIfUnused(const QString &path)
-{
+void KVWatchedFolders::releaseIfUnused(const QString &path) {
     const auto found = m_folders.find(path);
     if (found == m_folders.end())
         return;
