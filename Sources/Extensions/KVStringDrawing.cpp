@@ -17,28 +17,48 @@ QSizeF KVSizeWithAttributes(const QString &text, const KVTextAttributes &attribu
     if (text.isEmpty())
         return QSizeF(0.0, 0.0);
     const QFontMetricsF metrics(attributes.font);
-    const QStringList lines = text.split(QLatin1Char('\n'));
-    double width = 0.0;
-    for (const QString &line : lines)
-        width = qMax(width, metrics.horizontalAdvance(line));
-    return QSizeF(width, metrics.height() * lines.size());
+    // Trimming measures once per dropped character: one line takes the quick way.
+    if (!text.contains(QLatin1Char('\n')))
+        return QSizeF(metrics.horizontalAdvance(text), metrics.height());
+    // Several lines are laid out as drawText() lays them out, leading between lines included,
+    // so that the measured block is the one that gets centred.
+    return metrics.boundingRect(QRectF(), Qt::AlignLeft | Qt::AlignTop, text).size();
 }
+
+namespace {
+
+// Characters are whole code points: cutting between the halves of a surrogate pair would leave
+// half a character on the screen.
+qsizetype lastCharacterLength(const QString &text) {
+    const qsizetype size = text.size();
+    if (size >= 2 && text.at(size - 1).isLowSurrogate() && text.at(size - 2).isHighSurrogate())
+        return 2;
+    return size > 0 ? 1 : 0;
+}
+
+bool isOneCharacter(const QString &text) {
+    return !text.isEmpty() && lastCharacterLength(text) == text.size();
+}
+
+} // namespace
 
 QString trimmedStringWithAttributes(const QString &text, const KVTextAttributes &attributes,
                                     double maxWidth) {
     QString copy = text;
-    if (copy.size() <= 1)
+    // The empty text is caught here too, so that the loop below always has something to cut.
+    if (copy.isEmpty() || isOneCharacter(copy))
         return copy;
     bool deleted = false;
     while (KVSizeWithAttributes(copy, attributes).width() > maxWidth) {
-        copy.chop(1);
+        copy.chop(lastCharacterLength(copy));
         deleted = true;
-        if (copy.size() == 1)
+        if (isOneCharacter(copy))
             return copy;
     }
-    if (!deleted || copy.isEmpty())
+    if (!deleted)
         return copy;
-    copy[copy.size() - 1] = QChar(0x2026);
+    copy.chop(lastCharacterLength(copy));
+    copy.append(QChar(0x2026));
     return copy;
 }
 

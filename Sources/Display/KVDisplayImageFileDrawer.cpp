@@ -1,0 +1,93 @@
+#include "KVDisplayImageFileDrawer.h"
+
+#include <QFileInfo>
+#include <QLocale>
+#include <QPainter>
+#include <QRegularExpression>
+
+KVDisplayImageFileDrawer::KVDisplayImageFileDrawer(KVDisplayView *view)
+    : KVDisplayDrawer(view) {
+}
+
+KVImageFileRef KVDisplayImageFileDrawer::imageFile() const {
+    return m_imageFile;
+}
+
+void KVDisplayImageFileDrawer::setImageFile(const KVImageFileRef &imageFile) {
+    m_imageFile = imageFile;
+}
+
+const KVTextAttributes &KVDisplayImageFileDrawer::attributes() {
+    static const KVTextAttributes attributes = [] {
+        KVTextAttributes made;
+        made.font = labelsFont();
+        made.color = labelsColor();
+        made.hasShadow = true;
+        made.shadowColor = labelsShadow().color;
+        made.shadowOffset = labelsShadow().offset;
+        return made;
+    }();
+    return attributes;
+}
+
+namespace {
+
+// The locale's long date without the weekday ("30 May 2008", "May 30, 2008"): Qt's long format
+// is the full one, weekday included, and the strip has no room for it.
+const QString &longDateFormat() {
+    static const QString format = [] {
+        static const QRegularExpression weekday(QStringLiteral("^dddd[\\s,]*|[\\s,]*dddd"));
+        QString made = QLocale().dateFormat(QLocale::LongFormat);
+        made.remove(weekday);
+        return made.trimmed();
+    }();
+    return format;
+}
+
+} // namespace
+
+std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() const {
+    if (!m_imageFile || !view())
+        return {};
+    const QDateTime date = m_imageFile->creationDate().toLocalTime();
+    if (!date.isValid())
+        return {};
+    const double width = bounds().width();
+    const double height = bounds().height();
+    const double maxWidth = width - 24.0;
+    auto fitted = [maxWidth](const QString &text) {
+        if (KVSizeWithAttributes(text, attributes()).width() > maxWidth)
+            return trimmedStringWithAttributes(text, attributes(), maxWidth);
+        return text;
+    };
+
+    std::vector<Label> labels;
+    const QString dateText = QLocale().toString(date.date(), longDateFormat());
+    const QSizeF dateSize = KVSizeWithAttributes(dateText, attributes());
+    labels.push_back({dateText, QRectF(QPointF(12.0, 5.0), dateSize)});
+
+    const QString timeText = date.toString(QStringLiteral("HH:mm:ss"));
+    const QSizeF timeSize = KVSizeWithAttributes(timeText, attributes());
+    labels.push_back({timeText, QRectF(QPointF(width - 12.0 - timeSize.width(), 5.0), timeSize)});
+
+    const QString name = fitted(QFileInfo(m_imageFile->path()).fileName());
+    const QSizeF nameSize = KVSizeWithAttributes(name, attributes());
+    labels.push_back({name, QRectF(QPointF(12.0, (height - nameSize.height()) * 0.5), nameSize)});
+
+    const QString camera = fitted(m_imageFile->cameraName());
+    const QSizeF cameraSize = KVSizeWithAttributes(camera, attributes());
+    labels.push_back(
+        {camera, QRectF(QPointF(12.0, height - 5.0 - cameraSize.height()), cameraSize)});
+    return labels;
+}
+
+void KVDisplayImageFileDrawer::draw(KVDisplayGraphicsState &state) {
+    const std::vector<Label> shown = labels();
+    if (shown.empty())
+        return;
+    state.painter.save();
+    state.painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    for (const Label &label : shown)
+        KVDrawString(state.painter, label.text, flipped(label.rect).topLeft(), attributes());
+    state.painter.restore();
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "KVDisplayDrawer.h"
+#include "KVImageFile.h"
+
+#include <vector>
+
+// Shows a photo's details: camera at the top, file name in the middle, date and time at the
+// bottom.
+class KVDisplayImageFileDrawer : public KVDisplayDrawer {
+    Q_OBJECT
+public:
+    explicit KVDisplayImageFileDrawer(KVDisplayView *view);
+
+    KVImageFileRef imageFile() const;
+    void setImageFile(const KVImageFileRef &imageFile);
+
+    // The four labels as drawn into the current view (text and lower-left-origin rectangle);
+    // empty when there is nothing to draw.
+    struct Label {
+        QString text;
+        QRectF rect;
+    };
+    std::vector<Label> labels() const;
+
+    void draw(KVDisplayGraphicsState &state) override;
+
+private:
+    static const KVTextAttributes &attributes();
+
+    KVImageFileRef m_imageFile;
+};
