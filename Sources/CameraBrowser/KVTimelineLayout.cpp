@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
+#include <optional>
+#include <utility>
 
 namespace {
 
@@ -15,10 +18,48 @@ bool frameContains(const QRectF &frame, const QPointF &point) {
            point.y() < frame.bottom();
 }
 
+// The union of half-open x intervals, merged as they come.
+class IntervalUnion {
+public:
+    // From the first to the last point of [left, right) outside the union; none when the union
+    // covers it all. Holes in between are not looked for.
+    std::optional<std::pair<double, double>> uncoveredBounds(double left, double right) const {
+        auto after = m_intervals.upper_bound(left);
+        if (after != m_intervals.begin() && std::prev(after)->second > left)
+            left = std::prev(after)->second;
+        auto last = m_intervals.lower_bound(right);
+        if (last != m_intervals.begin() && std::prev(last)->second >= right)
+            right = std::min(right, std::prev(last)->first);
+        if (!(left < right))
+            return std::nullopt;
+        return std::make_pair(left, right);
+    }
+
+    void add(double left, double right) {
+        if (!(left < right))
+            return;
+        auto it = m_intervals.upper_bound(left);
+        if (it != m_intervals.begin() && std::prev(it)->second >= left) {
+            --it;
+            left = it->first;
+            right = std::max(right, it->second);
+        }
+        while (it != m_intervals.end() && it->first <= right) {
+            right = std::max(right, it->second);
+            it = m_intervals.erase(it);
+        }
+        m_intervals.emplace(left, right);
+    }
+
+private:
+    std::map<double, double> m_intervals;
+};
+
 } // namespace
 
 int KVTimelineLayout::insertImage(const QDateTime &creationDate, const QRectF &frame) {
-    const QDateTime first = firstImageDate();
+    // The axis keeps the earliest date: looking for it again would make inserting quadratic.
+    const QDateTime first = m_timeScale.firstImageDate();
     m_images.push_back({creationDate, KVTimeScale::timeIntervalSince1970(creationDate), frame});
     const double time = m_images.back().time;
     // After every equal date: among equal dates the order stays the insertion order.
@@ -31,6 +72,26 @@ int KVTimelineLayout::insertImage(const QDateTime &creationDate, const QRectF &f
     if (!first.isValid() || m_images.back().time < KVTimeScale::timeIntervalSince1970(first))
         m_timeScale.setFirstImageDate(creationDate);
     return count() - 1;
+}
+
+void KVTimelineLayout::removeImage(int index) {
+    if (index < 0 || index >= count())
+        return;
+    m_images.erase(m_images.begin() + index);
+    std::erase(m_dateOrder, index);
+    for (int &other : m_dateOrder) {
+        if (other > index)
+            --other;
+    }
+    m_timeScale.setFirstImageDate(firstImageDate());
+}
+
+void KVTimelineLayout::removeAllImages() {
+    m_images.clear();
+    m_dateOrder.clear();
+    m_maxImageWidth = 0;
+    m_framesFollowDates = true;
+    m_timeScale.setFirstImageDate(QDateTime());
 }
 
 QDateTime KVTimelineLayout::firstImageDate() const {
@@ -223,6 +284,64 @@ std::vector<int> KVTimelineLayout::imagesIntersectingXRange(double left, double 
     }
     std::sort(indexes.begin(), indexes.end());
     return indexes;
+}
+
+std::vector<KVTimelineLayout::ShownImage>
+KVTimelineLayout::imagesShownInXRange(double left, double right, double pixelOrigin,
+                                      double pictureInset) const {
+    const std::vector<int> candidates = imagesIntersectingXRange(left, right);
+    // Thumbnails differ in height only by the grown frame, so they fall into a few vertical
+    // extents. A thumbnail is hidden where later ones whose extent holds its own cover it; the
+    // topmost are looked at first. All x here are columns.
+    struct Band {
+        double bottom;
+        double top;
+        IntervalUnion covered;
+    };
+    std::vector<Band> bands;
+    std::vector<QRectF> seen;
+    const auto holds = [](const QRectF &outer, double bottom, double top) {
+        return outer.top() <= bottom && outer.bottom() >= top;
+    };
+    // The columns whose centres an x range holds.
+    const auto column = [pixelOrigin](double x) { return std::ceil(x - pixelOrigin - 0.5); };
+    std::vector<ShownImage> shown;
+    for (auto it = candidates.rbegin(); it != candidates.rend(); ++it) {
+        const QRectF &frame = m_images[*it].frame;
+        // Only the part inside the range counts.
+        QRectF columns = frame;
+        columns.setLeft(column(std::max(frame.left(), left)));
+        columns.setRight(column(std::min(frame.right(), right)));
+        if (!(columns.left() < columns.right()))
+            continue;
+        auto band = std::find_if(bands.begin(), bands.end(), [&columns](const Band &b) {
+            return b.bottom == columns.top() && b.top == columns.bottom();
+        });
+        if (band == bands.end()) {
+            Band made{columns.top(), columns.bottom(), {}};
+            for (const QRectF &above : seen) {
+                if (holds(above, made.bottom, made.top))
+                    made.covered.add(above.left(), above.right());
+            }
+            bands.push_back(std::move(made));
+            band = bands.end() - 1;
+        }
+        if (const auto visible = band->covered.uncoveredBounds(columns.left(), columns.right())) {
+            const double pictureLeft =
+                std::max(visible->first, column(frame.left() + pictureInset));
+            const double pictureRight =
+                std::min(visible->second, column(frame.right() - pictureInset));
+            shown.push_back({*it, pixelOrigin + visible->first, pixelOrigin + visible->second,
+                             pictureLeft < pictureRight});
+        }
+        for (Band &other : bands) {
+            if (holds(columns, other.bottom, other.top))
+                other.covered.add(columns.left(), columns.right());
+        }
+        seen.push_back(columns);
+    }
+    std::reverse(shown.begin(), shown.end());
+    return shown;
 }
 
 std::optional<KVTimelineLayout::ScaleSpanZoom>

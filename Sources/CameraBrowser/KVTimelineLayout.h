@@ -28,6 +28,9 @@ public:
     // Frame x is left at 0 until the next setScale, as the view does: the row fits the timeline
     // once all its photos are in.
     int insertImage(const QDateTime &creationDate, const QRectF &frame);
+    // The later thumbnails move down one index.
+    void removeImage(int index);
+    void removeAllImages();
     int count() const { return int(m_images.size()); }
     QDateTime creationDate(int index) const { return m_images.at(index).date; }
     QRectF imageFrame(int index) const { return m_images.at(index).frame; }
@@ -82,6 +85,21 @@ public:
     // order, so that painting them in turn puts a later one above an earlier one. Found by a
     // binary search once the thumbnails stand at their dates.
     std::vector<int> imagesIntersectingXRange(double left, double right) const;
+    struct ShownImage {
+        int index;
+        // The document x range from the first to the last column of it that shows.
+        double visibleLeft;
+        double visibleRight;
+        // Whether any of those columns lies inside the picture, pictureInset in from the frame.
+        bool pictureShows;
+    };
+    // Of those, the ones that show in at least one pixel column, not hidden behind later
+    // thumbnails, in insertion order: what a view has to draw. Columns are whole pixels counted
+    // from pixelOrigin (the visible origin). At a fitted scale thousands of thumbnails overlap in
+    // a few hundred pixels: no more are left than there are columns, and of most only a sliver of
+    // the border shows.
+    std::vector<ShownImage> imagesShownInXRange(double left, double right, double pixelOrigin,
+                                                double pictureInset = 3.0) const;
 
     struct ScaleSpanZoom {
         double scale;

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "KVImageState.h"
+
+class KVImageView;
+
+// Asked by a thumbnail before it changes its photo's state.
+class KVImageViewDelegate {
+public:
+    virtual ~KVImageViewDelegate() = default;
+    virtual bool wantsChangeStateTo(KVImageView *imageView, KVImageState state) = 0;
+};
