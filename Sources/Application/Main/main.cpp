@@ -1,0 +1,98 @@
+#include "KVSingleInstance.h"
+#include "KVWindow.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTimer>
+#include <QTranslator>
+
+namespace {
+
+// The program lives in Kalvora.app/Contents/MacOS; the bundle is two folders up.
+QString bundlePath() {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../.."));
+}
+
+void installTranslations(QApplication &application) {
+    auto *translator = new QTranslator(&application);
+    if (translator->load(QLocale(), QStringLiteral("kalvora"), QStringLiteral("_"),
+                         QStringLiteral(":/Translations")))
+        QCoreApplication::installTranslator(translator);
+    auto *qtTranslator = new QTranslator(&application);
+    if (qtTranslator->load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(qtTranslator);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    QApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Kalvora"));
+    QCoreApplication::setApplicationName(QStringLiteral("Kalvora"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KALVORA_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("kalvora"));
+    installTranslations(application);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QCoreApplication::translate("main", "Puts the clocks of several cameras in agreement."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption newInstance(
+        QStringLiteral("new-instance"),
+        QCoreApplication::translate("main", "Open a window of its own even if one is open."));
+    const QCommandLineOption screenshot(
+        QStringLiteral("screenshot"),
+        QCoreApplication::translate(
+            "main", "Once the photos are shown, save a picture of the window to <file> and quit."),
+        QStringLiteral("file"));
+    parser.addOptions({newInstance, screenshot});
+    parser.addPositionalArgument(QStringLiteral("files"),
+                                 QCoreApplication::translate("main", "Photos or folders to open."),
+                                 QStringLiteral("[files...]"));
+    parser.process(application);
+
+    QStringList paths;
+    for (const QString &path : parser.positionalArguments())
+        paths << QDir::current().absoluteFilePath(path);
+
+    KVSingleInstance instance(KVSingleInstance::defaultName());
+    if (!parser.isSet(newInstance) && instance.handOver(paths))
+        return 0;
+
+    KVWindow window;
+    if (!parser.isSet(newInstance)) {
+        instance.listen([&window](const QStringList &handed) {
+            window.openFiles(handed);
+            window.show();
+            window.raise();
+            window.activateWindow();
+        });
+    }
+    window.launch(bundlePath());
+    window.show();
+    if (!paths.isEmpty())
+        window.openFiles(paths);
+
+    if (parser.isSet(screenshot)) {
+        // Waits for the photos to be read and shown, then saves the window as it looks.
+        const QString file = parser.value(screenshot);
+        auto *poll = new QTimer(&window);
+        QObject::connect(poll, &QTimer::timeout, &window, [&window, poll, file] {
+            KVAppDelegate &delegate = window.appDelegate();
+            if (delegate.isProcessingPathes() || delegate.numberOfCamerasInBrowser() == 0)
+                return;
+            poll->stop();
+            QTimer::singleShot(500, &window, [&window, file] {
+                const bool saved = window.grab().save(file);
+                QCoreApplication::exit(saved ? 0 : 1);
+            });
+        });
+        poll->start(100);
+    }
+    return application.exec();
+}

@@ -1,0 +1,5 @@
+#include "KVToolBar.h"
+
+KVToolBar::KVToolBar(QWidget *parent)
+    : QWidget(parent) {
+}

@@ -1,0 +1,22 @@
+#include <QApplication>
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+int main(int argc, char **argv) {
+    QStandardPaths::setTestModeEnabled(true);
+    // Real input needs a real window system: clicks go through the X server's window, keys
+    // through an active window. CTest runs this under Xvfb.
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        std::fputs("kalvora_tests_EndToEnd needs an X display; run it through ctest, which "
+                   "starts Xvfb, or under xvfb-run\n",
+                   stderr);
+        return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,198 @@
+#include "KVButtonCell.h"
+#include "KVCameraBrowser.h"
+#include "KVLockView.h"
+#include "KVOperation.h"
+#include "KVRoundButtonCell.h"
+#include "KVSingleInstance.h"
+#include "KVStartView.h"
+#include "KVTestSupport.h"
+#include "KVWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+namespace {
+
+// Holds the model queue busy until released, so a test can look at the window while the
+// program is "adding photos".
+class KVGateOperation : public KVOperation {
+public:
+    void main() override { m_released.get_future().wait(); }
+    void release() { m_released.set_value(); }
+
+private:
+    std::promise<void> m_released;
+};
+
+class KVWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        window = std::make_unique<KVWindow>();
+        window->launch(QStringLiteral(KALVORA_BUNDLE_DIR));
+        window->show();
+    }
+
+    void TearDown() override {
+        window->appDelegate().queue().waitUntilAllOperationsAreFinished();
+        window.reset();
+    }
+
+    bool visible(QWidget *widget) const { return widget->isVisibleTo(window.get()); }
+
+    void open(const QStringList &paths) {
+        window->openFiles(paths);
+        ASSERT_TRUE(KVTest::waitFor([&] {
+            QCoreApplication::processEvents();
+            return !window->appDelegate().isProcessingPathes() &&
+                   window->appDelegate().numberOfCamerasInBrowser() > 0;
+        }));
+        QCoreApplication::processEvents();
+    }
+
+    // Three cameras, every file readable, so no report sheet waits for an answer.
+    static QStringList threeCameras() {
+        QStringList paths;
+        for (const char *name : {"Canon_40D.jpg", "Nikon_D70.jpg", "Pentax_K10D.jpg"})
+            paths << KVTest::samplePath(QStringLiteral("cameras/") + QLatin1String(name));
+        return paths;
+    }
+
+    std::unique_ptr<KVWindow> window;
+};
+
+TEST_F(KVWindowTest, OpeningPhotosShowsTheCamerasAndRemovingThemShowsTheDropAreaAgain) {
+    EXPECT_TRUE(visible(window->startView()));
+    EXPECT_FALSE(window->removeFilesAction()->isEnabled());
+    EXPECT_FALSE(window->syncButton()->isEnabled());
+    EXPECT_FALSE(window->manualButton()->isEnabled());
+
+    open(threeCameras());
+    const int cameras = window->appDelegate().numberOfCamerasInBrowser();
+    EXPECT_EQ(cameras, 3);
+    EXPECT_EQ(window->cameraBrowser()->numberOfRows(), cameras);
+    EXPECT_TRUE(visible(window->cameraBrowser()));
+    EXPECT_FALSE(visible(window->startView()));
+    EXPECT_FALSE(visible(window->lockView()));
+    EXPECT_TRUE(window->removeFilesAction()->isEnabled());
+    EXPECT_TRUE(window->manualButton()->isEnabled());
+    // Nothing is marked yet, so there is nothing to sync.
+    EXPECT_FALSE(window->syncButton()->isEnabled());
+    EXPECT_EQ(window->syncButton()->text(), QStringLiteral("Sync Time"));
+
+    // The import is over: the window may close again.
+    QCloseEvent close;
+    QApplication::sendEvent(window.get(), &close);
+    EXPECT_TRUE(close.isAccepted());
+
+    window->removeFilesAction()->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->cameraBrowser()->numberOfRows(), 0);
+    EXPECT_TRUE(visible(window->startView()));
+    EXPECT_FALSE(window->removeFilesAction()->isEnabled());
+}
+
+TEST_F(KVWindowTest, WhileBusyTheWindowIsLockedAndRefusesToCloseOrQuit) {
+    auto gate = std::make_shared<KVGateOperation>();
+    window->appDelegate().queue().addOperation(gate);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(window->appDelegate().isProcessingPathes());
+    // Undo stays off while the model is busy, even with a step to undo.
+    window->appDelegate().undoManager().registerUndo([] {});
+    window->validateMenuItems();
+    EXPECT_FALSE(window->undoAction()->isEnabled());
+    EXPECT_FALSE(window->addFilesAction()->isEnabled());
+    EXPECT_FALSE(window->quitAction()->isEnabled());
+
+    QCloseEvent close;
+    QApplication::sendEvent(window.get(), &close);
+    EXPECT_FALSE(close.isAccepted());
+    EXPECT_TRUE(window->isVisible());
+
+    gate->release();
+    window->appDelegate().queue().waitUntilAllOperationsAreFinished();
+    QCoreApplication::processEvents();
+    window->validateMenuItems();
+    EXPECT_TRUE(window->undoAction()->isEnabled());
+    EXPECT_TRUE(window->addFilesAction()->isEnabled());
+}
+
+TEST_F(KVWindowTest, TheLockViewCoversTheCameraListAndTakesItsClicks) {
+    open(threeCameras());
+    window->addLockView();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(window->lockView()->isVisible());
+    const QPoint middle = window->cameraBrowser()->rect().center();
+    const QPoint inWindow = window->cameraBrowser()->mapTo(window.get(), middle);
+    EXPECT_EQ(window->childAt(inWindow), window->lockView());
+    window->removeLockView();
+    EXPECT_FALSE(window->lockView()->isVisible());
+}
+
+TEST_F(KVWindowTest, VerboseLoggingItemFlipsTheDefaultAndShowsItsCheckMark) {
+    const bool before = window->verboseLoggingAction()->isChecked();
+    window->verboseLoggingAction()->trigger();
+    EXPECT_NE(window->verboseLoggingAction()->isChecked(), before);
+    window->verboseLoggingAction()->trigger();
+    EXPECT_EQ(window->verboseLoggingAction()->isChecked(), before);
+    EXPECT_EQ(window->fullScreenAction()->text(), QStringLiteral("Enter Full Screen"));
+}
+
+TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
+    for (int wanted : {0, 1}) {
+        QTimer::singleShot(50, [wanted] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            EXPECT_EQ(box->text(), QStringLiteral("Put the card back"));
+            for (QAbstractButton *button : box->buttons())
+                if (button->text() ==
+                    (wanted == 0 ? QStringLiteral("Try Again") : QStringLiteral("Cancel")))
+                    button->click();
+        });
+        EXPECT_EQ(window->runAlert(QStringLiteral("Cannot open file or files"),
+                                   QStringLiteral("Put the card back"),
+                                   {QStringLiteral("Try Again"), QStringLiteral("Cancel")}),
+                  wanted);
+    }
+}
+
+TEST(KVSingleInstanceTest, ASecondLaunchHandsItsFilesToTheFirst) {
+    const QString name = QStringLiteral("kalvora-test-%1").arg(QCoreApplication::applicationPid());
+    KVSingleInstance first(name);
+    QStringList received;
+    ASSERT_TRUE(first.listen([&](const QStringList &paths) { received = paths; }));
+
+    // Many long paths, so the list crosses several socket reads.
+    QStringList paths;
+    for (int i = 0; i < 2000; ++i)
+        paths << QStringLiteral("/media/card/DCIM/100CANON/Ä photo %1 with a long name.CR2").arg(i);
+    std::atomic<int> handed{-1};
+    std::thread second([&] {
+        KVSingleInstance launch(name);
+        handed = launch.handOver(paths) ? 1 : 0;
+    });
+    EXPECT_TRUE(KVTest::waitFor([&] {
+        QCoreApplication::processEvents();
+        return handed != -1;
+    }));
+    second.join();
+    EXPECT_EQ(handed, 1);
+    EXPECT_EQ(received, paths);
+
+    // With nobody listening, a launch keeps its files and opens its own window.
+    KVSingleInstance alone(name + QStringLiteral("-nobody"));
+    EXPECT_FALSE(alone.handOver({QStringLiteral("/tmp/a.jpg")}, 300));
+}
+
+} // namespace
