@@ -16,6 +16,7 @@
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QTranslator>
 
 #include <gtest/gtest.h>
 
@@ -193,6 +194,29 @@ TEST(KVSingleInstanceTest, ASecondLaunchHandsItsFilesToTheFirst) {
     // With nobody listening, a launch keeps its files and opens its own window.
     KVSingleInstance alone(name + QStringLiteral("-nobody"));
     EXPECT_FALSE(alone.handOver({QStringLiteral("/tmp/a.jpg")}, 300));
+}
+
+} // namespace
+
+namespace {
+
+TEST(KVTranslationTest, TheGermanTableIsBuiltInAndTranslatesTheWindowsTexts) {
+    QTranslator translator;
+    ASSERT_TRUE(translator.load(QLocale(QLocale::German, QLocale::Germany),
+                                QStringLiteral("kalvora"), QStringLiteral("_"),
+                                QStringLiteral(":/Translations")));
+    QCoreApplication::installTranslator(&translator);
+    EXPECT_EQ(QCoreApplication::translate("KVAppDelegate", "Sync Time"),
+              QStringLiteral("Zeit abgleichen"));
+    // The progress texts keep their number places, which are filled in after translation.
+    EXPECT_TRUE(QCoreApplication::translate("KVDisplaySynchProgressDrawer", "Undoing… %ld of %ld")
+                    .contains(QStringLiteral("%ld von %ld")));
+    {
+        KVWindow window;
+        EXPECT_EQ(window.syncButton()->text(), KVAppDelegate::mainSyncButtonTitle());
+        EXPECT_EQ(window.removeFilesAction()->text(), QStringLiteral("Alle entfernen"));
+    }
+    QCoreApplication::removeTranslator(&translator);
 }
 
 } // namespace

@@ -1,0 +1,412 @@
+<?xml version='1.0' encoding='utf-8'?>
+<TS version="2.1" language="de_DE">
+<context>
+    <name>KVAboutBox</name>
+    <message>
+        <source>Idea and development</source>
+        <translation>Idee und Entwicklung</translation>
+    </message>
+    <message>
+        <source>The Kalvora team</source>
+        <translation>Das Kalvora-Team</translation>
+    </message>
+    <message>
+        <source>Date rewriting</source>
+        <translation>Umschreiben der Daten</translation>
+    </message>
+    <message>
+        <source>ExifTool, shipped inside the application</source>
+        <translation>ExifTool, im Programm enthalten</translation>
+    </message>
+    <message>
+        <source>Photo metadata</source>
+        <translation>Foto-Metadaten</translation>
+    </message>
+    <message>
+        <source>Exiv2 and LibRaw</source>
+        <translation>Exiv2 und LibRaw</translation>
+    </message>
+    <message>
+        <source>User interface</source>
+        <translation>Benutzeroberfläche</translation>
+    </message>
+    <message>
+        <source>The Qt toolkit</source>
+        <translation>Das Qt-Toolkit</translation>
+    </message>
+    <message>
+        <source>Testing</source>
+        <translation>Tests</translation>
+    </message>
+    <message>
+        <source>Photographers who shot one wedding with five cameras</source>
+        <translation>Fotografen, die eine Hochzeit mit fünf Kameras fotografiert haben</translation>
+    </message>
+    <message>
+        <source>Thanks</source>
+        <translation>Dank</translation>
+    </message>
+    <message>
+        <source>Everyone who sent us a photo whose date was wrong</source>
+        <translation>Allen, die uns ein Foto mit falschem Datum geschickt haben</translation>
+    </message>
+    <message>
+        <source>About Kalvora</source>
+        <translation>Über Kalvora</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message>
+        <source>kalvora.app</source>
+        <translation>kalvora.app</translation>
+    </message>
+    <message>
+        <source>© 2026 The Kalvora team</source>
+        <translation>© 2026 Das Kalvora-Team</translation>
+    </message>
+</context>
+<context>
+    <name>KVAddFilesAlertPanel</name>
+    <message>
+        <source>Kalvora</source>
+        <translation>Kalvora</translation>
+    </message>
+    <message>
+        <source>Some files could not be added</source>
+        <translation>Einige Dateien konnten nicht hinzugefügt werden</translation>
+    </message>
+    <message>
+        <source>Kalvora could not add the following files to your photos:</source>
+        <translation>Kalvora konnte die folgenden Dateien nicht zu Ihren Fotos hinzufügen:</translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Dateien</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Cannot change date</source>
+        <translation>Datum kann nicht geändert werden</translation>
+    </message>
+    <message>
+        <source>Kalvora did not change the date settings for the following files:</source>
+        <translation>Kalvora hat das Datum der folgenden Dateien nicht geändert:</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>Pfad</translation>
+    </message>
+    <message>
+        <source>Reason</source>
+        <translation>Grund</translation>
+    </message>
+</context>
+<context>
+    <name>KVAppDelegate</name>
+    <message>
+        <source>Enter Full Screen</source>
+        <translation>Vollbild</translation>
+    </message>
+    <message>
+        <source>Exit Full Screen</source>
+        <translation>Vollbild beenden</translation>
+    </message>
+    <message>
+        <source>Sync Time</source>
+        <translation>Zeit abgleichen</translation>
+    </message>
+    <message>
+        <source>Cancel Syncing</source>
+        <translation>Abgleich abbrechen</translation>
+    </message>
+    <message>
+        <source>Your photos have been synced
+successfully!</source>
+        <translation>Ihre Fotos wurden
+erfolgreich abgeglichen!</translation>
+    </message>
+    <message>
+        <source>Cannot change time and date</source>
+        <translation>Uhrzeit und Datum können nicht geändert werden</translation>
+    </message>
+    <message>
+        <source>Some of the photos may be locked, or you may not have sufficient privileges to edit them. Try unlocking these files or changing their privileges to "Read &amp; Write" in the Finder, and then try again.</source>
+        <translation>Einige Fotos sind möglicherweise geschützt, oder Ihnen fehlen die Rechte, sie zu bearbeiten. Heben Sie den Schutz auf oder ändern Sie die Rechte im Dateimanager auf „Lesen und Schreiben“ und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Not enough disk space to sync photos</source>
+        <translation>Nicht genug Speicherplatz für den Abgleich</translation>
+    </message>
+    <message>
+        <source>Free some disk space and try again.</source>
+        <translation>Geben Sie Speicherplatz frei und versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>Selected images have already synchronized</source>
+        <translation>Die gewählten Fotos sind bereits abgeglichen</translation>
+    </message>
+</context>
+<context>
+    <name>KVCameraSets</name>
+    <message>
+        <source>Unsupported file format.</source>
+        <translation>Nicht unterstütztes Dateiformat.</translation>
+    </message>
+    <message>
+        <source>No EXIF date and camera found.</source>
+        <translation>Kein EXIF-Datum und keine Kamera gefunden.</translation>
+    </message>
+    <message>
+        <source>No EXIF thumbnail found.</source>
+        <translation>Kein EXIF-Vorschaubild gefunden.</translation>
+    </message>
+    <message>
+        <source>Adding photos…</source>
+        <translation>Fotos werden hinzugefügt …</translation>
+    </message>
+    <message>
+        <source>No Name</source>
+        <translation type="unfinished" />
+    </message>
+    <message>
+        <source>Add photos taken with another camera
+or set "base" time and date manually</source>
+        <translation>Fügen Sie Fotos einer anderen Kamera hinzu
+oder stellen Sie die „Basis“-Zeit von Hand ein</translation>
+    </message>
+    <message>
+        <source>Double-click a photo that
+has correct time and date information
+or set "base" time and date manually</source>
+        <translation>Doppelklicken Sie auf ein Foto
+mit richtiger Uhrzeit und richtigem Datum
+oder stellen Sie die „Basis“-Zeit von Hand ein</translation>
+    </message>
+    <message>
+        <source>No photos to sync</source>
+        <translation>Keine Fotos zum Abgleichen</translation>
+    </message>
+</context>
+<context>
+    <name>KVDisplaySynchProgressDrawer</name>
+    <message>
+        <source>Preparing to sync…</source>
+        <translation>Abgleich wird vorbereitet …</translation>
+    </message>
+    <message>
+        <source>Preparing to undo…</source>
+        <translation>Widerrufen wird vorbereitet …</translation>
+    </message>
+    <message>
+        <source>Preparing to redo…</source>
+        <translation>Wiederholen wird vorbereitet …</translation>
+    </message>
+    <message>
+        <source>Preparing to cancel…</source>
+        <translation>Abbruch wird vorbereitet …</translation>
+    </message>
+    <message>
+        <source>Syncing time and date
+on selected cameras %ld of %ld</source>
+        <translation>Uhrzeit und Datum der gewählten
+Kameras werden abgeglichen: %ld von %ld</translation>
+    </message>
+    <message>
+        <source>Undoing… %ld of %ld</source>
+        <translation>Widerrufen … %ld von %ld</translation>
+    </message>
+    <message>
+        <source>Redoing… %ld of %ld</source>
+        <translation>Wiederholen … %ld von %ld</translation>
+    </message>
+    <message>
+        <source>Cancelling… %ld of %ld</source>
+        <translation>Abbrechen … %ld von %ld</translation>
+    </message>
+</context>
+<context>
+    <name>KVImageFile</name>
+    <message>
+        <source>Time is set manually</source>
+        <translation>Zeit von Hand eingestellt</translation>
+    </message>
+    <message>
+        <source>No Name</source>
+        <translation type="unfinished" />
+    </message>
+</context>
+<context>
+    <name>KVManualDateTimeView</name>
+    <message>
+        <source>Base Date and Time</source>
+        <translation>Basisdatum und -zeit</translation>
+    </message>
+    <message>
+        <source>Date:</source>
+        <translation>Datum:</translation>
+    </message>
+    <message>
+        <source>The day the reference moment was taken</source>
+        <translation>Der Tag des Referenzmoments</translation>
+    </message>
+    <message>
+        <source>Time:</source>
+        <translation>Uhrzeit:</translation>
+    </message>
+    <message>
+        <source>The time of day of the reference moment, to the second</source>
+        <translation>Die Uhrzeit des Referenzmoments, auf die Sekunde</translation>
+    </message>
+    <message>
+        <source>Use this date and time as the reference</source>
+        <translation>Dieses Datum und diese Uhrzeit als Referenz verwenden</translation>
+    </message>
+</context>
+<context>
+    <name>KVStartView</name>
+    <message>
+        <source>Drag the photos that you want to sync here</source>
+        <translation>Ziehen Sie die abzugleichenden Fotos hierher</translation>
+    </message>
+</context>
+<context>
+    <name>KVVanishedFiles</name>
+    <message>
+        <source>Cannot open file or files</source>
+        <translation>Datei(en) können nicht geöffnet werden</translation>
+    </message>
+    <message>
+        <source>Kalvora cannot find the following files. Make sure that they have not been renamed, moved, or deleted:
+</source>
+        <translation>Kalvora findet die folgenden Dateien nicht. Prüfen Sie, ob sie umbenannt, verschoben oder gelöscht wurden:
+</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>The disk %1, which contains one or more of the photos that you have chosen to sync, has been disconnected from your computer. Reconnect the disk, and then try again.</source>
+        <translation>Das Laufwerk %1 mit einem oder mehreren der abzugleichenden Fotos wurde vom Computer getrennt. Schließen Sie es wieder an und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message>
+        <source>Try Again</source>
+        <translation>Erneut versuchen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Make sure that disk is connected correctly.</source>
+        <translation>Prüfen Sie, ob das Laufwerk richtig angeschlossen ist.</translation>
+    </message>
+    <message>
+        <source>Syncing has not been completed</source>
+        <translation>Der Abgleich wurde nicht abgeschlossen</translation>
+    </message>
+</context>
+<context>
+    <name>KVWindow</name>
+    <message>
+        <source>Set the base date and time by hand</source>
+        <translation>Basisdatum und -zeit von Hand einstellen</translation>
+    </message>
+    <message>
+        <source>About Kalvora</source>
+        <translation>Über Kalvora</translation>
+    </message>
+    <message>
+        <source>Verbose Logging</source>
+        <translation>Ausführliche Protokollierung</translation>
+    </message>
+    <message>
+        <source>Quit Kalvora</source>
+        <translation>Kalvora beenden</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Ablage</translation>
+    </message>
+    <message>
+        <source>Add Files…</source>
+        <translation>Dateien hinzufügen …</translation>
+    </message>
+    <message>
+        <source>Remove All</source>
+        <translation>Alle entfernen</translation>
+    </message>
+    <message>
+        <source>Edit</source>
+        <translation>Bearbeiten</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Widerrufen</translation>
+    </message>
+    <message>
+        <source>Redo</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>Darstellung</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>Hilfe</translation>
+    </message>
+    <message>
+        <source>Kalvora Help</source>
+        <translation>Kalvora-Hilfe</translation>
+    </message>
+    <message>
+        <source>Contact Support by E-mail</source>
+        <translation>Support per E-Mail kontaktieren</translation>
+    </message>
+    <message>
+        <source>Kalvora Web Site</source>
+        <translation>Kalvora-Website</translation>
+    </message>
+    <message>
+        <source>Add Files</source>
+        <translation>Dateien hinzufügen</translation>
+    </message>
+    <message>
+        <source>Photos (%1)</source>
+        <translation>Fotos (%1)</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>Puts the clocks of several cameras in agreement.</source>
+        <translation>Bringt die Uhren mehrerer Kameras in Einklang.</translation>
+    </message>
+    <message>
+        <source>Open a window of its own even if one is open.</source>
+        <translation>Ein eigenes Fenster öffnen, auch wenn schon eines offen ist.</translation>
+    </message>
+    <message>
+        <source>Once the photos are shown, save a picture of the window to &lt;file&gt; and quit.</source>
+        <translation>Sobald die Fotos gezeigt werden, ein Bild des Fensters in &lt;file&gt; speichern und beenden.</translation>
+    </message>
+    <message>
+        <source>Photos or folders to open.</source>
+        <translation>Zu öffnende Fotos oder Ordner.</translation>
+    </message>
+</context>
+</TS>
