@@ -1,10 +1,14 @@
 #include "KVButtonCell.h"
+#include "KVCameraViewDocumentView.h"
+#include "KVDisplayImageFileDrawer.h"
+#include "KVDisplayView.h"
 #include "KVCameraBrowser.h"
 #include "KVLockView.h"
 #include "KVOperation.h"
 #include "KVRoundButtonCell.h"
 #include "KVSingleInstance.h"
 #include "KVStartView.h"
+#include "KVTableCellView.h"
 #include "KVTestSupport.h"
 #include "KVWindow.h"
 
@@ -14,6 +18,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTest>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QTranslator>
@@ -102,6 +107,46 @@ TEST_F(KVWindowTest, OpeningPhotosShowsTheCamerasAndRemovingThemShowsTheDropArea
     EXPECT_EQ(window->cameraBrowser()->numberOfRows(), 0);
     EXPECT_TRUE(visible(window->startView()));
     EXPECT_FALSE(window->removeFilesAction()->isEnabled());
+}
+
+TEST_F(KVWindowTest, ADoubleClickedPhotoIsShownOnTheDisplayAndAMatchOnAnotherCameraAllowsSync) {
+    open(threeCameras());
+    window->resize(1000, 640);
+    QCoreApplication::processEvents();
+    // Clicks land where each camera's one photo is drawn, as a person's would.
+    auto clickPhoto = [&](int row, bool twice) {
+        KVTableCellView *cell = window->cameraBrowser()->viewAtRow(row, true);
+        ASSERT_NE(cell, nullptr);
+        KVCameraViewDocumentView *timeline = cell->documentView();
+        ASSERT_EQ(timeline->imageCount(), 1);
+        const QPointF middle = timeline->imageFrame(0).center();
+        const QPoint at = timeline->widgetPointFromDocument(middle).toPoint();
+        if (twice)
+            QTest::mouseDClick(timeline, Qt::LeftButton, Qt::NoModifier, at);
+        else
+            QTest::mouseClick(timeline, Qt::LeftButton, Qt::NoModifier, at);
+        QCoreApplication::processEvents();
+    };
+    const KVImageFileRef canon = window->appDelegate().imagesForCameraWithIndex(0).front();
+    clickPhoto(0, true);
+    ASSERT_EQ(canon->imageState(), KVImageStateEtalon);
+    EXPECT_EQ(window->appDelegate().etalon(), canon);
+    EXPECT_EQ(window->displayView()->drawer(), window->displayView()->imageFileDrawer());
+    EXPECT_EQ(window->displayView()->imageFileDrawer()->imageFile(), canon);
+    EXPECT_FALSE(window->syncButton()->isEnabled());
+
+    clickPhoto(1, false);
+    EXPECT_EQ(window->appDelegate().imagesForCameraWithIndex(1).front()->imageState(),
+              KVImageStateSelected);
+    EXPECT_TRUE(KVTest::waitFor([&] {
+        QCoreApplication::processEvents();
+        return window->syncButton()->isEnabled();
+    }));
+    const QString screenshots = qEnvironmentVariable("KALVORA_SCREENSHOT_DIR");
+    if (!screenshots.isEmpty()) {
+        EXPECT_TRUE(
+            window->grab().save(screenshots + QStringLiteral("/kalvora-three-cameras.png")));
+    }
 }
 
 TEST_F(KVWindowTest, WhileBusyTheWindowIsLockedAndRefusesToCloseOrQuit) {
