@@ -17,32 +17,6 @@ KVBrowserToolModel::KVBrowserToolModel(KVCameraBrowser *browser)
     , m_model(this) {
 }
 
-int KVBrowserToolModel::numberOfCamerasInBrowser(KVCameraBrowser *) {
-    return m_model.numberOfCamerasInBrowser();
-}
-
-QString KVBrowserToolModel::nameForCameraWithIndex(KVCameraBrowser *, int index) {
-    return m_model.nameForCameraWithIndex(index);
-}
-
-QString KVBrowserToolModel::toolTipForCameraWithIndex(KVCameraBrowser *, int index) {
-    return m_model.toolTipForCameraWithIndex(index);
-}
-
-std::vector<std::shared_ptr<KVImageDataSource>>
-KVBrowserToolModel::imagesForCameraWithIndex(KVCameraBrowser *, int index) {
-    const std::vector<KVImageFileRef> &files = m_model.imagesForCameraWithIndex(index);
-    return {files.begin(), files.end()};
-}
-
-bool KVBrowserToolModel::isProcessingPathes() const {
-    return m_model.isProcessingPathes();
-}
-
-void KVBrowserToolModel::addNewFilesFromURLs(const QList<QUrl> &urls) {
-    m_model.addNewFilesFromURLs(urls);
-}
-
 void KVBrowserToolModel::reloadBrowser() {
     KVHeadlessUserInterface::reloadBrowser();
     m_browser->reload();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KVCameraBrowserDataSource.h"
+#include "KVCameraBrowserAdapter.h"
 #include "KVCameraSets.h"
 #include "KVHeadlessUserInterface.h"
 
@@ -9,20 +9,14 @@ class KVCameraBrowser;
 // The photo model behind a browser that stands alone: the real camera sets read the files on
 // their own queue, and the browser reloads whenever a result is installed. Messages that a window
 // would show go to standard error.
-class KVBrowserToolModel : public KVHeadlessUserInterface, public KVCameraBrowserDataSource {
+class KVBrowserToolModel : public KVHeadlessUserInterface {
 public:
     explicit KVBrowserToolModel(KVCameraBrowser *browser);
 
     KVCameraSets &model() { return m_model; }
 
-    // KVCameraBrowserDataSource
-    int numberOfCamerasInBrowser(KVCameraBrowser *browser) override;
-    QString nameForCameraWithIndex(KVCameraBrowser *browser, int index) override;
-    QString toolTipForCameraWithIndex(KVCameraBrowser *browser, int index) override;
-    std::vector<std::shared_ptr<KVImageDataSource>>
-    imagesForCameraWithIndex(KVCameraBrowser *browser, int index) override;
-    bool isProcessingPathes() const override;
-    void addNewFilesFromURLs(const QList<QUrl> &urls) override;
+    KVCameraBrowserDataSource *dataSource() { return &m_dataSource; }
+    bool isProcessingPathes() const { return m_model.isProcessingPathes(); }
 
     // KVUserInterface
     void reloadBrowser() override;
@@ -32,4 +26,5 @@ public:
 private:
     KVCameraBrowser *m_browser;
     KVCameraSets m_model;
+    KVCameraBrowserAdapter m_dataSource{m_model};
 };

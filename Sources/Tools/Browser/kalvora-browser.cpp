@@ -31,7 +31,7 @@ int main(int argc, char **argv) {
 
     KVCameraBrowser browser;
     KVBrowserToolModel model(&browser);
-    browser.setDataSource(&model);
+    browser.setDataSource(model.dataSource());
     browser.setWindowTitle(QStringLiteral("Kalvora camera browser"));
     browser.resize(1100, 700);
     browser.show();

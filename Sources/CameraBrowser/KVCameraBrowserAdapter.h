@@ -2,14 +2,15 @@
 
 #include "KVCameraBrowserDataSource.h"
 
-class KVAppDelegate;
+class KVCameraSets;
 
-// The application delegate answering the camera browser. The delegate's logic stays free of
-// widgets, so the browser's questions are put to it here.
+// The camera sets answering the camera browser: the application delegate's, or a model of its
+// own for a browser that stands alone. The model stays free of widgets, so the browser's
+// questions are put to it here.
 class KVCameraBrowserAdapter : public KVCameraBrowserDataSource {
 public:
-    explicit KVCameraBrowserAdapter(KVAppDelegate &delegate)
-        : m_delegate(delegate) {}
+    explicit KVCameraBrowserAdapter(KVCameraSets &model)
+        : m_model(model) {}
 
     int numberOfCamerasInBrowser(KVCameraBrowser *browser) override;
     QString nameForCameraWithIndex(KVCameraBrowser *browser, int index) override;
@@ -20,5 +21,5 @@ public:
     void addNewFilesFromURLs(const QList<QUrl> &urls) override;
 
 private:
-    KVAppDelegate &m_delegate;
+    KVCameraSets &m_model;
 };

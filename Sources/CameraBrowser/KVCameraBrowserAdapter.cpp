@@ -1,29 +1,29 @@
 #include "KVCameraBrowserAdapter.h"
 
-#include "KVAppDelegate.h"
+#include "KVCameraSets.h"
 
 int KVCameraBrowserAdapter::numberOfCamerasInBrowser(KVCameraBrowser *) {
-    return m_delegate.numberOfCamerasInBrowser();
+    return m_model.numberOfCamerasInBrowser();
 }
 
 QString KVCameraBrowserAdapter::nameForCameraWithIndex(KVCameraBrowser *, int index) {
-    return m_delegate.nameForCameraWithIndex(index);
+    return m_model.nameForCameraWithIndex(index);
 }
 
 QString KVCameraBrowserAdapter::toolTipForCameraWithIndex(KVCameraBrowser *, int index) {
-    return m_delegate.toolTipForCameraWithIndex(index);
+    return m_model.toolTipForCameraWithIndex(index);
 }
 
 std::vector<std::shared_ptr<KVImageDataSource>>
 KVCameraBrowserAdapter::imagesForCameraWithIndex(KVCameraBrowser *, int index) {
-    const std::vector<KVImageFileRef> &files = m_delegate.imagesForCameraWithIndex(index);
+    const std::vector<KVImageFileRef> &files = m_model.imagesForCameraWithIndex(index);
     return {files.begin(), files.end()};
 }
 
 bool KVCameraBrowserAdapter::isProcessingPathes() const {
-    return m_delegate.isProcessingPathes();
+    return m_model.isProcessingPathes();
 }
 
 void KVCameraBrowserAdapter::addNewFilesFromURLs(const QList<QUrl> &urls) {
-    m_delegate.addNewFilesFromURLs(urls);
+    m_model.addNewFilesFromURLs(urls);
 }
