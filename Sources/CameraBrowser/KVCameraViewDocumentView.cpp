@@ -277,12 +277,11 @@ bool KVCameraViewDocumentView::event(QEvent *event) {
     switch (event->type()) {
     case QEvent::ToolTip: {
         auto *help = static_cast<QHelpEvent *>(event);
-        const std::optional<int> hit = imageHitTest(documentPointFromWidget(help->pos()));
-        if (hit)
-            QToolTip::showText(help->globalPos(),
-                               KVImageView::toolTipForImage(imageAtIndex(*hit).get()), this);
-        else
+        const QString tip = toolTipAt(documentPointFromWidget(help->pos()));
+        if (tip.isEmpty())
             QToolTip::hideText();
+        else
+            QToolTip::showText(help->globalPos(), tip, this);
         return true;
     }
     case QEvent::TouchBegin:
@@ -307,6 +306,30 @@ bool KVCameraViewDocumentView::event(QEvent *event) {
         break;
     }
     return QWidget::event(event);
+}
+
+QString KVCameraViewDocumentView::toolTipAt(const QPointF &documentPoint) const {
+    // Each thumbnail's area is the provisional frame it was registered with, placed at the
+    // thumbnail's origin: 150 wide and 8 up, whatever the picture's width.
+    const QRectF area = KVImageFrame::provisionalFrame;
+    const auto areaHolds = [&](int index) {
+        const QPointF origin = m_layout.imageFrame(index).topLeft();
+        return area.translated(origin).contains(documentPoint);
+    };
+    int owner = imageCount() - 1;
+    while (owner >= 0 && !areaHolds(owner))
+        --owner;
+    if (owner < 0)
+        return QString();
+    // Of the owner and the thumbnails above it, the topmost under the point speaks.
+    int speaker = owner;
+    for (int index = imageCount() - 1; index > owner; --index) {
+        if (m_layout.imageFrame(index).contains(documentPoint)) {
+            speaker = index;
+            break;
+        }
+    }
+    return KVImageView::toolTipForImage(imageAtIndex(speaker).get());
 }
 
 double KVCameraViewDocumentView::anchorForWidgetPoint(const QPointF &widgetPoint) const {

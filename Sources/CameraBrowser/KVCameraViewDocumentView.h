@@ -105,6 +105,9 @@ public:
     bool wantsChangeStateTo(KVImageView *imageView, KVImageState state) override;
     bool wantsChangeStateForImageAtIndex(int index, KVImageState state);
 
+    // The tool tip at a document point: empty where no thumbnail's tool tip area lies.
+    QString toolTipAt(const QPointF &documentPoint) const;
+
     QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override;
 
     QSize sizeHint() const override;

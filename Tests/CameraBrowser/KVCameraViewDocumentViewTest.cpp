@@ -17,6 +17,7 @@
 
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -237,7 +238,9 @@ TEST_F(KVCameraViewDocumentViewTest, PinchZoomsOnlyPastTheThresholdThenByHalfIts
     insert({0, 60, 120});
     view.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
-    QPointingDevice *screen = QTest::createTouchDevice();
+    // Registered with Qt until deleted.
+    const std::unique_ptr<QPointingDevice> device(QTest::createTouchDevice());
+    QPointingDevice *screen = device.get();
     QTest::touchEvent(&view, screen).press(0, QPoint(300, 30)).press(1, QPoint(400, 30));
     QTest::touchEvent(&view, screen).move(0, QPoint(297, 30)).move(1, QPoint(403, 30));
     QTest::touchEvent(&view, screen).move(0, QPoint(294, 30)).move(1, QPoint(404, 30));
@@ -426,6 +429,20 @@ TEST_F(KVCameraViewDocumentViewTest, UnusableScalesAndOffsetsChangeNothing) {
     EXPECT_FALSE(empty.grab().isNull());
     EXPECT_FALSE(empty.imageHitTest(QPointF(10, 40)));
     QTest::mouseDClick(&empty, Qt::LeftButton, Qt::NoModifier, QPoint(10, 5));
+}
+
+TEST_F(KVCameraViewDocumentViewTest, ToolTipAreaIsTheProvisionalFrameAtEachThumbnail) {
+    insert({0, 3600});
+    photos[0]->setUrl(QUrl::fromLocalFile(QStringLiteral("/media/card/IMG_0001.JPG")));
+    const QRectF frame = view.imageFrame(0);
+    ASSERT_LT(frame.width(), 150);
+    const QStringList lines = view.toolTipAt(frame.center()).split(QLatin1Char('\n'));
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_EQ(lines[0], QStringLiteral("Test Camera"));
+    EXPECT_EQ(lines[1], QStringLiteral("/media/card/IMG_0001.JPG"));
+    // Right of the picture but inside 150, yes; the lowest 8 points, no.
+    EXPECT_FALSE(view.toolTipAt(QPointF(frame.x() + 140, frame.center().y())).isEmpty());
+    EXPECT_TRUE(view.toolTipAt(QPointF(frame.center().x(), frame.y() + 4)).isEmpty());
 }
 
 class KeyRecorder : public KVObserver {
