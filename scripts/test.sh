@@ -10,6 +10,9 @@ kalvora_build "$folder" RelWithDebInfo -DKALVORA_SANITIZE="${KALVORA_SANITIZE:-}
 cd "$folder"
 export QT_QPA_PLATFORM=offscreen
 # Qt is not built for ThreadSanitizer: its exemptions reach the tests and the programs they start.
+if [ "${KALVORA_SANITIZE:-}" = address ]; then
+    export LSAN_OPTIONS="suppressions=$KALVORA_ROOT/Tests/lsan.supp ${LSAN_OPTIONS:-}"
+fi
 if [ "${KALVORA_SANITIZE:-}" = thread ]; then
     export TSAN_OPTIONS="suppressions=$KALVORA_ROOT/Tests/tsan.supp ${TSAN_OPTIONS:-}"
 fi

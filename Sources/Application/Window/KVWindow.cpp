@@ -73,6 +73,9 @@ KVWindow::~KVWindow() {
     // The display follows the delegate's queue, and the browser asks the delegate while it
     // goes: both let go before the delegate does.
     m_display->progressDrawer()->setQueue(nullptr);
+    // The popover watches the delegate's manual-date controller.
+    delete m_manualDateTimeView;
+    m_manualDateTimeView = nullptr;
     delete m_browser;
     m_browser = nullptr;
 }

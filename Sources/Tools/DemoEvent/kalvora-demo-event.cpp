@@ -84,9 +84,9 @@ bool writeEvent(const KVDemoEvent &event, const QDir &folder) {
 } // namespace
 
 int main(int argc, char **argv) {
-    // Pictures are painted into images, never shown: no display is needed.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Pictures are painted into images, never shown: no display is needed, even in a session
+    // that has one.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
 
