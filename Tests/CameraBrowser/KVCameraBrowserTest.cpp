@@ -1,6 +1,6 @@
 #include "KVCameraBrowser.h"
 #include "KVCameraViewDocumentView.h"
-#include "KVFakeCameraSource.h"
+#include "KVTimelineTestPhoto.h"
 #include "KVTableCellView.h"
 
 #include <QDropEvent>
@@ -24,7 +24,7 @@ protected:
         browser.reload();
     }
     KVTableCellView *row(int index) { return browser.viewAtRow(index, false); }
-    KVFakePhoto &photo(int camera, int index) { return *source->cameras[camera][index]; }
+    KVTimelineTestPhoto &photo(int camera, int index) { return *source->cameras[camera][index]; }
     void doubleClickPhoto(int camera, int index) {
         KVCameraViewDocumentView *timeline = row(camera)->documentView();
         const QRectF frame = timeline->imageFrame(index);
@@ -33,7 +33,6 @@ protected:
             timeline->widgetPointFromDocument(QPointF(frame.x() + 10, frame.center().y()));
         QTest::mouseDClick(timeline, Qt::LeftButton, Qt::NoModifier, point.toPoint());
     }
-
     // Whether the list took the drag; a drop goes only where the drag was taken.
     bool dragAndDrop(QMimeData *data) {
         QDragEnterEvent enter(QPoint(100, 100), Qt::CopyAction, data, Qt::LeftButton,
@@ -43,7 +42,6 @@ protected:
         QApplication::sendEvent(browser.viewport(), &drop);
         return enter.isAccepted();
     }
-
     std::unique_ptr<KVFakeCameraSource> source;
     KVCameraBrowser browser;
 };
@@ -75,18 +73,15 @@ TEST_F(KVCameraBrowserTest, RowKeepsItsZoomOutOfViewUntilReload) {
     const double scale = row(0)->documentView()->scale();
     const double minimum = row(0)->sliderMinimum();
     ASSERT_GT(value, minimum);
-
     browser.verticalScrollBar()->setValue(browser.verticalScrollBar()->maximum());
     EXPECT_EQ(row(0), nullptr);
     ASSERT_TRUE(browser.storedDataForRow(0));
     EXPECT_EQ(browser.storedDataForRow(0)->currentValue, value);
     EXPECT_EQ(browser.storedDataForRow(0)->minValue, minimum);
-
     browser.verticalScrollBar()->setValue(0);
     ASSERT_NE(row(0), nullptr);
     EXPECT_EQ(row(0)->sliderValue(), value);
     EXPECT_DOUBLE_EQ(row(0)->documentView()->scale(), scale);
-
     browser.reload();
     EXPECT_TRUE(browser.storedData().isEmpty());
     EXPECT_EQ(row(0)->sliderValue(), row(0)->sliderMinimum());
@@ -120,57 +115,31 @@ TEST_F(KVCameraBrowserTest, DropPassesOnlyEntriesWithAPathAndNothingWhileReading
                   QUrl::fromLocalFile(QStringLiteral("/photos/b.cr2"))});
     ASSERT_EQ(data.urls().size(), 3);
     EXPECT_EQ(browser.validateDrop(&data), Qt::CopyAction);
-
     dragAndDrop(&data);
     ASSERT_EQ(source->added.size(), 1);
     EXPECT_EQ(source->added[0],
               (QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/photos/a.jpg")),
                            QUrl::fromLocalFile(QStringLiteral("/photos/b.cr2"))}));
-
     source->processing = true;
     EXPECT_EQ(browser.validateDrop(&data), Qt::IgnoreAction);
     EXPECT_FALSE(dragAndDrop(&data));
     EXPECT_EQ(source->added.size(), 1);
 }
 
-TEST_F(KVCameraBrowserTest, ZoomRequestsReachTheSendersRowOnly) {
-    show(3, 5);
-    KVTableCellView *cell = row(0);
-    const double minimum = cell->sliderMinimum();
-    const double delta = (cell->sliderMaximum() - minimum) / 4;
-    browser.requestToChangeScaleBy(cell->documentView(), delta, 0);
-    EXPECT_DOUBLE_EQ(cell->sliderValue(), minimum + delta);
-    EXPECT_DOUBLE_EQ(cell->documentView()->scale(),
-                     cell->convertSliderValueToScale(minimum + delta));
-    EXPECT_EQ(row(1)->sliderValue(), row(1)->sliderMinimum());
-
-    browser.didChangeScaleWithoutSlider(cell->documentView(), cell->sliderMaximum() * 10);
-    EXPECT_EQ(cell->sliderValue(), cell->sliderMaximum());
-
-    KVCameraViewDocumentView stranger;
-    EXPECT_EQ(browser.cameraIndexWithView(&stranger), KVCameraBrowser::NSNotFound);
-    EXPECT_EQ(browser.cameraIndexWithView(row(2)->documentView()), 2);
-    browser.requestToChangeScaleBy(&stranger, delta, 0);
-    browser.documentViewIsEmpty(&stranger);
-    EXPECT_EQ(browser.numberOfRows(), 3);
-}
-
-TEST_F(KVCameraBrowserTest, WheelOverARowZoomsWithTheModifierAndScrollsTheListWithout) {
+// Without the modifier the wheel scrolls the list, with it (or asked by a timeline) it zooms that
+// timeline's row only.
+TEST_F(KVCameraBrowserTest, WheelAndZoomRequestsReachTheirOwnRowOnly) {
     show(10, 5);
     KVCameraViewDocumentView *timeline = row(0)->documentView();
     const QPointF point(timeline->width() / 2.0, timeline->height() / 2.0);
-    const auto wheel = [&](Qt::KeyboardModifiers modifiers) {
-        QWheelEvent event(point, timeline->mapToGlobal(point), QPoint(), QPoint(0, -120),
-                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-        // As from the mouse: only such events travel on to the widgets under the timeline, and
-        // sendEvent would take that mark away again.
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(timeline, &event);
-    };
-    wheel(Qt::NoModifier);
+    QWheelEvent down(point, timeline->mapToGlobal(point), QPoint(), QPoint(0, -120), Qt::NoButton,
+                     Qt::NoModifier, Qt::NoScrollPhase, false);
+    // As from the mouse: only such events travel on to the widgets under the timeline, and
+    // sendEvent would take that mark away again.
+    QSpontaneKeyEvent::setSpontaneous(&down);
+    qApp->notify(timeline, &down);
     EXPECT_GT(browser.verticalScrollBar()->value(), 0);
     EXPECT_EQ(row(0)->sliderValue(), row(0)->sliderMinimum());
-
     browser.verticalScrollBar()->setValue(0);
     const double before = row(0)->sliderValue();
     QWheelEvent zoomIn(point, timeline->mapToGlobal(point), QPoint(), QPoint(0, 120), Qt::NoButton,
@@ -178,6 +147,19 @@ TEST_F(KVCameraBrowserTest, WheelOverARowZoomsWithTheModifierAndScrollsTheListWi
     QApplication::sendEvent(timeline, &zoomIn);
     EXPECT_DOUBLE_EQ(row(0)->sliderValue(), before + 1);
     EXPECT_EQ(browser.verticalScrollBar()->value(), 0);
+    // Zoom requests reach the sender's row only.
+    KVTableCellView *cell = row(2);
+    const double delta = (cell->sliderMaximum() - cell->sliderMinimum()) / 4;
+    browser.requestToChangeScaleBy(cell->documentView(), delta, 0);
+    EXPECT_DOUBLE_EQ(cell->sliderValue(), cell->sliderMinimum() + delta);
+    EXPECT_EQ(row(1)->sliderValue(), row(1)->sliderMinimum());
+    browser.didChangeScaleWithoutSlider(cell->documentView(), cell->sliderMaximum() * 10);
+    EXPECT_EQ(cell->sliderValue(), cell->sliderMaximum());
+    // A timeline of no row is nobody's business.
+    KVCameraViewDocumentView stranger;
+    browser.requestToChangeScaleBy(&stranger, delta, 0);
+    browser.documentViewIsEmpty(&stranger);
+    EXPECT_EQ(browser.numberOfRows(), 10);
 }
 
 TEST_F(KVCameraBrowserTest, EmptyCameraLosesItsRowAndTheRestMoveUp) {
@@ -196,7 +178,7 @@ TEST_F(KVCameraBrowserTest, EmptyCameraLosesItsRowAndTheRestMoveUp) {
 }
 
 std::shared_ptr<KVImageDataSource> card(const QColor &color) {
-    return std::make_shared<KVFakePhoto>(QDateTime(), color, QString());
+    return std::make_shared<KVTimelineTestPhoto>(QDateTime(), QSize(48, 32), color);
 }
 
 int countPixels(const QImage &image, QRgb color) {
@@ -224,7 +206,6 @@ TEST(KVCameraBrowserGroupImage, StacksUpToThreeCardsWithTheLastOnTop) {
     EXPECT_EQ(single.pixel(128, 128), red);
     // Turned by 1 degree counterclockwise: the right end of the top edge stands higher.
     EXPECT_LT(topEdge(single, 220), topEdge(single, 36));
-
     const QImage stack =
         KVCameraBrowser::newImageFromProviders({card(Qt::red), card(Qt::green), card(Qt::blue)});
     EXPECT_EQ(stack.pixel(128, 128), blue);

@@ -1,8 +1,5 @@
 #include "KVImageView.h"
 
-#include "KVCameraViewDocumentView.h"
-#include "KVImageFile.h"
-#include "KVImageViewDelegate.h"
 #include "KVTestSupport.h"
 #include "KVTimelineTestPhoto.h"
 
@@ -12,24 +9,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <thread>
 
 namespace {
 
 const QDateTime date(QDate(2012, 3, 7), QTime(14, 5, 9), Qt::LocalTime);
-
-class AnsweringDelegate : public KVImageViewDelegate {
-public:
-    explicit AnsweringDelegate(bool allow)
-        : allow(allow) {}
-    bool wantsChangeStateTo(KVImageView *, KVImageState state) override {
-        asked.push_back(state);
-        return allow;
-    }
-    bool allow;
-    std::vector<KVImageState> asked;
-};
 
 QImage render(const KVImageView &view) {
     QImage image(view.bounds().size().toSize(), QImage::Format_ARGB32_Premultiplied);
@@ -37,32 +21,6 @@ QImage render(const KVImageView &view) {
     QPainter painter(&image);
     view.draw(painter);
     return image;
-}
-
-TEST(KVImageView, ClickChangesThePhotoOnlyWithConsentAndTheLookFollows) {
-    auto photo = std::make_shared<KVTimelineTestPhoto>(date);
-    KVImageView view;
-    view.setImage(photo);
-    EXPECT_EQ(view.frame(), QRectF(0, 8, 111, 76));
-    view.mouseDown(1);
-    EXPECT_EQ(photo->imageState(), KVImageStateNormal);
-
-    AnsweringDelegate refusing(false);
-    view.setDelegate(&refusing);
-    view.mouseDown(1);
-    EXPECT_EQ(refusing.asked, std::vector<KVImageState>{KVImageStateSelected});
-    EXPECT_EQ(photo->imageState(), KVImageStateNormal);
-    EXPECT_FALSE(view.enlarged());
-
-    AnsweringDelegate allowing(true);
-    view.setDelegate(&allowing);
-    view.mouseDown(2);
-    EXPECT_EQ(photo->imageState(), KVImageStateEtalon);
-    EXPECT_TRUE(view.enlarged());
-    EXPECT_EQ(view.frame(), QRectF(-2, 6, 115, 80));
-    // Three clicks ask nothing.
-    view.mouseDown(3);
-    EXPECT_EQ(allowing.asked.size(), 1u);
 }
 
 TEST(KVImageView, ChangesFromAnotherThreadAreAppliedOnTheMainThread) {
@@ -75,7 +33,6 @@ TEST(KVImageView, ChangesFromAnotherThreadAreAppliedOnTheMainThread) {
     EXPECT_FALSE(view.enlarged());
     ASSERT_TRUE(KVTest::waitFor([&view] { return view.enlarged(); }));
     EXPECT_GT(changes, 0);
-
     // A view gone before its notice arrives is simply not told.
     auto gone = std::make_unique<KVImageView>();
     gone->setImage(photo);
@@ -126,34 +83,12 @@ TEST(KVImageView, UnwritableFileShowsThePadlockInTheTopRightCorner) {
     // Not in the other corners.
     EXPECT_EQ(markedPixels(corner.translated(-corner.left() + 3, 0)), 0);
     EXPECT_EQ(markedPixels(corner.translated(0, 70 - corner.height())), 0);
-
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.close();
     // The record tells of a new location; the view asks again.
     photo->setUrl(QUrl::fromLocalFile(path));
     EXPECT_EQ(markedPixels(corner), 0);
-}
-
-TEST(KVImageView, RealPhotoFileIsFittedAndDrawnOnItsTimeline) {
-    const KVImageFileRef file =
-        KVImageFile::initWithURL(QUrl::fromLocalFile(KVTest::samplePath("cameras/Canon_40D.jpg")));
-    ASSERT_TRUE(file);
-    const QSize pixels = file->thumbnail().size();
-    ASSERT_FALSE(pixels.isEmpty());
-    KVCameraViewDocumentView timeline;
-    timeline.resize(800, 120);
-    timeline.insertImageWithProvider(file, 0);
-    timeline.sizeToFit();
-    ASSERT_TRUE(KVTest::waitFor([&] {
-        return !timeline.hasPendingThumbnails() && timeline.liveImageView(0) &&
-               !timeline.liveImageView(0)->thumbnail().isNull();
-    }));
-    const double expectedWidth = std::ceil(70.0 * pixels.width() / pixels.height() + 6);
-    EXPECT_NEAR(timeline.imageFrame(0).width(), expectedWidth, 1.0);
-    const QImage image = timeline.grab().toImage();
-    const QPointF centre = timeline.widgetPointFromDocument(timeline.imageFrame(0).center());
-    EXPECT_NE(image.pixel(centre.toPoint()), qRgb(255, 255, 255));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KVCameraBrowserDataSource.h"
 #include "KVImageDataSource.h"
 #include "KVObservable.h"
 
@@ -11,9 +12,10 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <vector>
 
-// A photo for the timeline's tests: a generated picture of any size, a file location that can be
-// changed, and a state any thread may change, announced like a real record's.
+// A photo without a file: a generated picture of any size, a location that can be changed, and a
+// state any thread may change, announced like a real record's.
 class KVTimelineTestPhoto : public KVObservable, public KVImageDataSource {
 public:
     KVTimelineTestPhoto(const QDateTime &date, const QSize &pixels = QSize(300, 200),
@@ -28,15 +30,15 @@ public:
     QDateTime creationDate() const override { return m_date; }
     QString name() const override { return QStringLiteral("IMG_0001.JPG"); }
     QString cameraName() const override { return QStringLiteral("Test Camera"); }
+    // Thumbnail loaders read the location on their own threads.
     QUrl url() const override {
         std::lock_guard lock(m_mutex);
         return m_url;
     }
     void setUrl(const QUrl &url) {
-        {
-            std::lock_guard lock(m_mutex);
-            m_url = url;
-        }
+        std::unique_lock lock(m_mutex);
+        m_url = url;
+        lock.unlock();
         didChangeValueForKey(QStringLiteral("url"));
     }
     KVImageState imageState() const override { return m_state; }
@@ -54,3 +56,36 @@ private:
 };
 
 using KVTimelineTestPhotoRef = std::shared_ptr<KVTimelineTestPhoto>;
+
+// Cameras of photos a fixed number of seconds apart, each camera starting an hour after the last.
+class KVFakeCameraSource : public KVCameraBrowserDataSource {
+public:
+    KVFakeCameraSource(int cameraCount, int photosPerCamera, double spacing = 60) {
+        const QDateTime start(QDate(2012, 3, 7), QTime(9, 0));
+        for (int c = 0; c < cameraCount; ++c) {
+            cameras.emplace_back();
+            for (int p = 0; p < photosPerCamera; ++p) {
+                cameras.back().push_back(std::make_shared<KVTimelineTestPhoto>(
+                    start.addSecs(qint64(c) * 3600 + qint64(p * spacing)), QSize(48, 32),
+                    QColor::fromHsv((c * 47 + p * 13) % 360, 200, 220)));
+            }
+        }
+    }
+
+    int numberOfCamerasInBrowser(KVCameraBrowser *) override { return int(cameras.size()); }
+    QString nameForCameraWithIndex(KVCameraBrowser *, int i) override { return nameOf(i); }
+    QString toolTipForCameraWithIndex(KVCameraBrowser *, int i) override { return nameOf(i); }
+    static QString nameOf(int index) { return QStringLiteral("Camera %1").arg(index); }
+    std::vector<std::shared_ptr<KVImageDataSource>> imagesForCameraWithIndex(KVCameraBrowser *,
+                                                                             int index) override {
+        if (index < 0 || index >= int(cameras.size()))
+            return {};
+        return {cameras[index].begin(), cameras[index].end()};
+    }
+    bool isProcessingPathes() const override { return processing; }
+    void addNewFilesFromURLs(const QList<QUrl> &urls) override { added << urls; }
+
+    std::vector<std::vector<KVTimelineTestPhotoRef>> cameras;
+    bool processing = false;
+    QList<QList<QUrl>> added;
+};

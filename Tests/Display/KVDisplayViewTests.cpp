@@ -3,33 +3,81 @@
 #include "KVDisplayImageFileDrawer.h"
 #include "KVDisplayStringDrawer.h"
 #include "KVDisplaySynchProgressDrawer.h"
+#include "KVGeometry.h"
 #include "KVImageSource.h"
 #include "KVOperationQueue.h"
 #include "KVTestSupport.h"
 
 #include <QLocale>
+#include <QPaintEvent>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
 #include <QUrl>
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <thread>
+
 namespace {
 
-KVImageFileRef photoWithModel(const QString &model) {
-    const KVImageFileRef photo = KVImageFile::initWithURL(
-        QUrl::fromLocalFile(KVTest::samplePath(QStringLiteral("cameras/Canon_40D.jpg"))));
-    if (photo) {
-        QVariantMap exif = photo->exif();
-        exif.insert(KVImagePropertyKey::tiffMake, QString());
-        exif.insert(KVImagePropertyKey::tiffModel, model);
-        photo->setExif(exif);
-    }
-    return photo;
-}
+using Drawer = KVDisplaySynchProgressDrawer;
 
-KVTextAttributes labelAttributes() {
+// Records the rectangles the view is asked to paint.
+class PaintRecorder : public QObject {
+public:
+    std::vector<QRect> rects;
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() == QEvent::Paint)
+            rects.push_back(static_cast<QPaintEvent *>(event)->rect());
+        return false;
+    }
+    bool waitForPaintOf(const QRect &rect) {
+        return KVTest::waitFor([&] { return std::count(rects.begin(), rects.end(), rect) > 0; });
+    }
+};
+
+class KVDisplayViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_view.resize(600, 60);
+        m_drawer = m_view.progressDrawer();
+        // The drawer is shared by every test: each starts without a running animation.
+        m_drawer->setTimer(nullptr);
+    }
+    // The drawer lets go of the queues before they go.
+    void TearDown() override {
+        m_drawer->setQueue(nullptr);
+        m_queues.clear();
+    }
+    // Operations of the given sizes that never run: the counts are set by hand.
+    KVOperationQueue *makeQueue(const std::vector<int> &photoCounts) {
+        m_queues.push_back(std::make_unique<KVOperationQueue>());
+        for (const int count : photoCounts) {
+            std::vector<KVImageFileRef> photos;
+            for (int i = 0; i < count; ++i)
+                photos.push_back(KVImageFile::initWithDate(QDateTime::currentDateTime()));
+            m_queues.back()->addSyncOperation(
+                std::make_shared<KVSynchronizationOperation>(10.0, photos));
+        }
+        return m_queues.back().get();
+    }
+    static void cancelBeforeAnyPhoto(KVOperationQueue &queue) {
+        queue.setAllImagesCountOnStartOfCancel(queue.allImagesCount());
+        queue.setIsOperationsCancelled(true);
+        queue.setOperationType(KVOperationTypeCancel);
+    }
+
+    KVDisplayView m_view;
+    std::vector<std::unique_ptr<KVOperationQueue>> m_queues;
+    Drawer *m_drawer = nullptr;
+};
+
+double labelWidth(const QString &text) {
     KVTextAttributes attributes;
     attributes.font = KVDisplayDrawer::labelsFont();
-    return attributes;
+    return KVSizeWithAttributes(text, attributes).width();
 }
 
 int differingPixels(const QImage &a, const QImage &b, const QRect &area) {
@@ -43,15 +91,142 @@ int differingPixels(const QImage &a, const QImage &b, const QRect &area) {
 
 } // namespace
 
-TEST(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
-    KVDisplayView view;
-    view.resize(300, 60);
-    const QString longModel = QStringLiteral("Very Long Camera Model Name ").repeated(4);
-    const KVImageFileRef photo = photoWithModel(longModel);
-    ASSERT_TRUE(photo);
-    view.drawImageFile(photo);
+TEST_F(KVDisplayViewTest, GeometryTextsAndFillPerOperationType) {
+    EXPECT_EQ(m_drawer->contourBarBounds(), QRectF(18, 8, 564, 7));
+    EXPECT_EQ(m_drawer->prepareBarBounds(), QRectF(21, 9, 558, 5));
+    EXPECT_EQ(m_drawer->fillBounds(), QRectF(20, 10, 560, 3));
+    EXPECT_EQ(m_drawer->textBounds(), QRectF(0, 12, 600, 48));
+    struct Case {
+        KVOperationType type;
+        qint64 processed, all;
+        QString text;
+        double share;
+    } const cases[] = {{KVOperationTypeSync, 5, 10,
+                        QStringLiteral("Syncing time and date\non selected cameras 5 of 10"), 0.5},
+                       {KVOperationTypeUndo, 1, 4, QStringLiteral("Undoing… 1 of 4"), 0.25},
+                       {KVOperationTypeRedo, 4, 4, QStringLiteral("Redoing… 4 of 4"), 1.0},
+                       {KVOperationTypeCancel, 3, 10, QStringLiteral("Cancelling… 3 of 10"), 0.3}};
+    for (const Case &c : cases) {
+        EXPECT_EQ(Drawer::textForState(c.type, c.processed, c.all, false), c.text);
+        EXPECT_DOUBLE_EQ(Drawer::fillWidth(c.processed, c.all, 560), c.share * 560);
+    }
+    EXPECT_EQ(Drawer::textForState(KVOperationTypeRedo, 0, 4, false),
+              QStringLiteral("Preparing to redo…"));
+    // Types outside the range name nothing, at either end.
+    EXPECT_TRUE(Drawer::stringForOperationType(KVOperationType(4)).isNull());
+    EXPECT_TRUE(Drawer::prepareStringForOperationType(KVOperationType(-1)).isNull());
+    // The least fill, also when there is nothing to count against.
+    m_view.resize(100, 60);
+    EXPECT_EQ(Drawer::fillWidth(1, 1000, m_drawer->fillBounds().width()), 2.0);
+    EXPECT_EQ(Drawer::fillWidth(0, 0, 560), 2.0);
+    EXPECT_EQ(Drawer::fillWidth(3, 0, 560), 2.0);
+}
 
-    const auto labels = view.imageFileDrawer()->labels();
+TEST_F(KVDisplayViewTest, PreparingTilesCreepRightAndWrap) {
+    std::vector<double> offsets = {0.0};
+    for (int i = 0; i < 23; ++i)
+        offsets.push_back(Drawer::nextPrepareOffset(offsets.back(), 10.0));
+    EXPECT_EQ(offsets[1], -10.0);
+    EXPECT_EQ(offsets[2], -9.5);
+    EXPECT_EQ(offsets[21], 0.0);
+    EXPECT_EQ(offsets[22], -10.0);
+    const std::vector<double> lefts = Drawer::prepareTileLefts(21, 558, -10.0, 10.0);
+    ASSERT_FALSE(lefts.empty());
+    EXPECT_EQ(lefts.front(), 11.0);
+    EXPECT_LT(lefts.back(), 579.0);
+    EXPECT_GE(lefts.back() + 10.0, 579.0);
+    EXPECT_TRUE(Drawer::prepareTileLefts(21, 558, 0, 0).empty());
+}
+
+TEST_F(KVDisplayViewTest, AnimatesOnlyWhilePreparing) {
+    KVOperationQueue *queue = makeQueue({10});
+    m_view.startDrawSynchProgress(queue);
+    const double before = Drawer::prepareOffset();
+    m_view.grab();
+    ASSERT_NE(m_drawer->timer(), nullptr);
+    const double tile = Drawer::prepareBar().deviceIndependentSize().width();
+    EXPECT_EQ(Drawer::prepareOffset(), Drawer::nextPrepareOffset(before, tile));
+    const QPointer<QTimer> timer = m_drawer->timer();
+    m_view.grab();
+    EXPECT_EQ(m_drawer->timer(), timer.data());
+
+    queue->setProcessedImagesCount(1);
+    m_view.grab();
+    EXPECT_EQ(m_drawer->timer(), nullptr);
+    EXPECT_TRUE(timer.isNull());
+
+    // Cancelled before any photo: the count, not the animation, and the least fill.
+    queue = makeQueue({6, 4});
+    cancelBeforeAnyPhoto(*queue);
+    m_view.startDrawSynchProgress(queue);
+    const QImage least = m_view.grab().toImage();
+    EXPECT_EQ(m_drawer->timer(), nullptr);
+    EXPECT_EQ(Drawer::textForState(KVOperationTypeCancel, 0, queue->allImagesCount(), true),
+              QStringLiteral("Cancelling… 0 of 10"));
+    // Halfway, the fill covers the bar's left half only.
+    queue->setProcessedImagesCount(5);
+    const QImage half = m_view.grab().toImage();
+    const QRectF fill = KVFlippedRect(m_drawer->fillBounds(), 60);
+    const auto pixel = [&](const QImage &image, double share) {
+        const QPointF at(fill.x() + share * fill.width(), fill.center().y());
+        return image.pixel((at * image.devicePixelRatio()).toPoint());
+    };
+    EXPECT_NE(pixel(least, 0.4), pixel(half, 0.4));
+    EXPECT_EQ(pixel(least, 0.6), pixel(half, 0.6));
+}
+
+TEST_F(KVDisplayViewTest, TimerAndQueueAskForTheirRepaints) {
+    KVOperationQueue *queue = makeQueue({10});
+    m_view.startDrawSynchProgress(queue);
+    m_view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&m_view));
+    PaintRecorder recorder;
+    m_view.installEventFilter(&recorder);
+    EXPECT_TRUE(recorder.waitForPaintOf(KVFlippedRect(m_drawer->contourBarBounds(), 60).toRect()));
+
+    // Observers run on the worker that changed the count; the paint still happens here.
+    std::thread worker([&] { queue->setProcessedImagesCount(3); });
+    worker.join();
+    EXPECT_TRUE(recorder.waitForPaintOf(m_view.rect()));
+    m_view.removeEventFilter(&recorder);
+}
+
+TEST_F(KVDisplayViewTest, ObservesOnlyTheCurrentQueue) {
+    KVOperationQueue *first = makeQueue({1});
+    KVOperationQueue *second = makeQueue({1});
+    m_drawer->setQueue(first);
+    m_drawer->setQueue(second);
+    m_drawer->setQueue(second);
+    for (const char *key : {"processedImagesCount", "isOperationsCancelled", "operationType"}) {
+        EXPECT_FALSE(first->hasObserver(m_drawer, key));
+        // Set twice, observed once: one removal leaves nothing behind.
+        second->removeObserver(m_drawer, key);
+        EXPECT_FALSE(second->hasObserver(m_drawer, key));
+    }
+
+    auto own = std::make_unique<Drawer>(&m_view);
+    own->setQueue(first);
+    own->setTimer(new QTimer);
+    const QPointer<QTimer> timer = own->timer();
+    Drawer *gone = own.get();
+    own.reset();
+    EXPECT_TRUE(timer.isNull());
+    EXPECT_FALSE(first->hasObserver(gone, QStringLiteral("processedImagesCount")));
+}
+
+TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
+    m_view.resize(300, 60);
+    const QString longModel = QStringLiteral("Very Long Camera Model Name ").repeated(4);
+    const KVImageFileRef photo = KVImageFile::initWithURL(
+        QUrl::fromLocalFile(KVTest::samplePath(QStringLiteral("cameras/Canon_40D.jpg"))));
+    ASSERT_TRUE(photo);
+    QVariantMap exif = photo->exif();
+    exif.insert(KVImagePropertyKey::tiffMake, QString());
+    exif.insert(KVImagePropertyKey::tiffModel, longModel);
+    photo->setExif(exif);
+    m_view.drawImageFile(photo);
+
+    const auto labels = m_view.imageFileDrawer()->labels();
     ASSERT_EQ(labels.size(), 4u);
     const auto &date = labels[0], &time = labels[1], &name = labels[2], &camera = labels[3];
     EXPECT_EQ(time.text, photo->creationDate().toLocalTime().toString(QStringLiteral("HH:mm:ss")));
@@ -66,21 +241,16 @@ TEST(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     // Cut to W - 24; only the ellipsis replacing the last kept letter may overhang.
     ASSERT_TRUE(camera.text.endsWith(QChar(0x2026)));
     EXPECT_TRUE(longModel.startsWith(camera.text.chopped(1)));
-    const double maxWidth = 300 - 24.0;
-    const QString kept = longModel.left(camera.text.size());
-    EXPECT_LE(KVSizeWithAttributes(kept, labelAttributes()).width(), maxWidth);
-    EXPECT_GT(
-        KVSizeWithAttributes(longModel.left(camera.text.size() + 1), labelAttributes()).width(),
-        maxWidth);
+    EXPECT_LE(labelWidth(longModel.left(camera.text.size())), 300 - 24.0);
+    EXPECT_GT(labelWidth(longModel.left(camera.text.size() + 1)), 300 - 24.0);
 }
 
-TEST(KVDisplayViewTest, DrawnStringShowsUp) {
-    KVDisplayView view;
-    view.resize(300, 60);
-    view.drawString(QString());
-    const QImage blank = view.grab().toImage();
-    view.drawString(QStringLiteral("HHHHHHHH\nHHHH"));
-    const QImage shown = view.grab().toImage();
+TEST_F(KVDisplayViewTest, DrawnStringShowsUp) {
+    m_view.resize(300, 60);
+    m_view.drawString(QString());
+    const QImage blank = m_view.grab().toImage();
+    m_view.drawString(QStringLiteral("HHHHHHHH\nHHHH"));
+    const QImage shown = m_view.grab().toImage();
     const double ratio = shown.devicePixelRatio();
     const QRect middle(QPoint(100 * ratio, 15 * ratio), QPoint(200 * ratio, 45 * ratio));
     EXPECT_GT(differingPixels(blank, shown, middle), 50);
@@ -92,47 +262,28 @@ TEST(KVDisplayViewTest, DrawnStringShowsUp) {
     EXPECT_EQ(differingPixels(blank, shown, plainEdge), 0);
 }
 
-TEST(KVDisplayViewTest, SwitchingDrawersKeepsTheirData) {
-    KVDisplayView view;
-    EXPECT_EQ(view.drawer(), nullptr);
-    const KVImageFileRef photo = KVImageFile::initWithDate(QDateTime::currentDateTime());
-    KVOperationQueue queue;
-    view.drawImageFile(photo);
-    EXPECT_EQ(view.drawer(), view.imageFileDrawer());
-    view.drawString(QStringLiteral("Adding photos…"));
-    EXPECT_EQ(view.drawer(), view.stringDrawer());
-    view.startDrawSynchProgress(&queue);
-    view.drawImageFile(photo);
-    view.drawSyncProcess();
-    EXPECT_EQ(view.drawer(), view.progressDrawer());
-
-    EXPECT_EQ(view.imageFileDrawer()->imageFile(), photo);
-    EXPECT_EQ(view.stringDrawer()->string(), QStringLiteral("Adding photos…"));
-    EXPECT_EQ(view.progressDrawer()->queue(), &queue);
-    view.progressDrawer()->setQueue(nullptr);
-}
-
-TEST(KVDisplayViewTest, MissingContentDrawsNothingAndNeverCrashes) {
-    KVDisplayView view;
-    view.resize(300, 60);
-    const QImage empty = view.grab().toImage();
-    view.drawImageFile(nullptr);
-    EXPECT_EQ(view.grab().toImage(), empty);
-    view.drawString(QString());
-    EXPECT_EQ(view.grab().toImage(), empty);
-
-    // No queue reads as a run not yet started; a strip too small for the bar still paints.
-    KVOperationQueue queue;
-    queue.setIsOperationsCancelled(true);
-    for (KVOperationQueue *shown : {static_cast<KVOperationQueue *>(nullptr), &queue}) {
-        view.startDrawSynchProgress(shown);
-        view.resize(300, 60);
-        view.grab();
-        view.resize(8, 4);
-        view.grab();
+// A missing photo or string draws nothing; no queue reads as a run not yet started; a strip too
+// small for the bar still paints; back to the progress, the view still shows the queue it had.
+TEST_F(KVDisplayViewTest, MissingContentDrawsNothingAndSwitchingKeepsTheQueue) {
+    m_view.resize(300, 60);
+    const QImage empty = m_view.grab().toImage();
+    m_view.drawImageFile(nullptr);
+    EXPECT_EQ(m_view.grab().toImage(), empty);
+    m_view.drawString(QString());
+    EXPECT_EQ(m_view.grab().toImage(), empty);
+    KVOperationQueue *queue = makeQueue({});
+    queue->setIsOperationsCancelled(true);
+    for (KVOperationQueue *shown : {static_cast<KVOperationQueue *>(nullptr), queue}) {
+        m_view.startDrawSynchProgress(shown);
+        m_view.resize(300, 60);
+        m_view.grab();
+        m_view.resize(8, 4);
+        m_view.grab();
     }
-    view.drawImageFile(KVImageFile::initWithDate(QDateTime()));
-    EXPECT_TRUE(view.imageFileDrawer()->labels().empty());
-    view.progressDrawer()->setQueue(nullptr);
-    view.progressDrawer()->setTimer(nullptr);
+    m_view.drawImageFile(KVImageFile::initWithDate(QDateTime()));
+    EXPECT_EQ(m_view.drawer(), m_view.imageFileDrawer());
+    EXPECT_TRUE(m_view.imageFileDrawer()->labels().empty());
+    m_view.drawSyncProcess();
+    EXPECT_EQ(m_view.drawer(), m_view.progressDrawer());
+    EXPECT_EQ(m_drawer->queue(), queue);
 }

@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 
 const QString &KVDemoEventFiles::timeFormat() {
     static const QString format = QStringLiteral("yyyy:MM:dd HH:mm:ss");
@@ -22,13 +21,10 @@ QString KVDemoEventFiles::textFromDate(const QDateTime &date) {
 }
 
 bool KVDemoEventFiles::generate(const QString &folder, QString *error) {
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QStringLiteral(KALVORA_DEMO_EVENT), {folder});
-    if (!process.waitForFinished(180000) || process.exitStatus() != QProcess::NormalExit ||
-        process.exitCode() != 0) {
+    QByteArray output;
+    if (KVTest::runProgram(QStringLiteral(KALVORA_DEMO_EVENT), {folder}, &output) != 0) {
         *error = QStringLiteral("kalvora-demo-event %1 failed: %2")
-                     .arg(folder, QString::fromLocal8Bit(process.readAll()));
+                     .arg(folder, QString::fromLocal8Bit(output));
         return false;
     }
     // Hidden, so that a drop of the folder brings photos only.

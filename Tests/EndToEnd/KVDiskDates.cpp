@@ -4,27 +4,29 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
+#include "KVTestSupport.h"
 
 KVDiskDates::Dates KVDiskDates::read(const QStringList &paths, QString *error) {
-    QProcess process;
-    // -G1 and -a keep the EXIF and the XMP copy of a tag apart.
-    process.start(QStringLiteral(KALVORA_EXIFTOOL),
-                  QStringList{QStringLiteral("-j"), QStringLiteral("-G1"), QStringLiteral("-a"),
-                              QStringLiteral("-DateTimeOriginal"), QStringLiteral("-CreateDate"),
-                              QStringLiteral("-ModifyDate"), QStringLiteral("-XMP:all")} +
-                      paths);
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit) {
-        *error = QStringLiteral("exiftool did not finish: %1").arg(process.errorString());
+    // -G1 and -a keep the EXIF and the XMP copy of a tag apart; -q -q keeps warnings out of
+    // the JSON.
+    QByteArray output;
+    const int status = KVTest::runProgram(
+        QStringLiteral(KALVORA_EXIFTOOL),
+        QStringList{QStringLiteral("-q"), QStringLiteral("-q"), QStringLiteral("-j"),
+                    QStringLiteral("-G1"), QStringLiteral("-a"),
+                    QStringLiteral("-DateTimeOriginal"), QStringLiteral("-CreateDate"),
+                    QStringLiteral("-ModifyDate"), QStringLiteral("-XMP:all")} +
+            paths,
+        &output);
+    if (status < 0) {
+        *error = QStringLiteral("exiftool did not run");
         return {};
     }
     QJsonParseError parseError;
-    const QJsonDocument json =
-        QJsonDocument::fromJson(process.readAllStandardOutput(), &parseError);
+    const QJsonDocument json = QJsonDocument::fromJson(output, &parseError);
     if (!json.isArray()) {
         *error = QStringLiteral("exiftool's answer is no JSON array: %1 (%2)")
-                     .arg(parseError.errorString(),
-                          QString::fromLocal8Bit(process.readAllStandardError()));
+                     .arg(parseError.errorString(), QString::fromLocal8Bit(output.left(2000)));
         return {};
     }
     Dates dates;

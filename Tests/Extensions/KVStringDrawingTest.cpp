@@ -1,6 +1,5 @@
 #include "KVStringDrawing.h"
 
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 
@@ -10,17 +9,12 @@
 
 namespace {
 
-const QChar ellipsis(0x2026);
+const QString ellipsis(QChar(0x2026));
 
-// Text needs the font machinery of a QGuiApplication.
+// Text needs the font machinery of the widget tests' QApplication.
 class KVStringDrawingTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-            GTEST_SKIP() << "text measuring needs a QGuiApplication test main";
-        m_attributes.font = KVLucidaGrande(12.0);
-    }
-
+    void SetUp() override { m_attributes.font = KVLucidaGrande(12.0); }
     double width(const QString &text) const {
         return KVSizeWithAttributes(text, m_attributes).width();
     }
@@ -31,55 +25,49 @@ protected:
         paint(painter);
         return image;
     }
+    QImage drawn(const QString &text, QPointF origin, const KVTextAttributes &attributes) const {
+        return render([&](QPainter &p) { KVDrawString(p, text, origin, attributes); });
+    }
 
     KVTextAttributes m_attributes;
 };
 
 } // namespace
 
-TEST_F(KVStringDrawingTest, TrimsFromTheEndWithAnEllipsis) {
-    const QString text = QStringLiteral("Canon EOS 5D Mark III");
-    EXPECT_EQ(trimmedStringWithAttributes(text, m_attributes, width(text)), text);
-
-    const double limit = width(QStringLiteral("Canon EOS"));
-    const QString trimmed = trimmedStringWithAttributes(text, m_attributes, limit);
-    // The longest prefix that fits keeps all but its last letter, which the ellipsis takes.
-    EXPECT_EQ(trimmed, QStringLiteral("Canon EO") + ellipsis);
-}
-
-TEST_F(KVStringDrawingTest, EllipsisIsNotMeasuredAgain) {
-    const QString text = QStringLiteral("iiiiiiiiiiii");
-    if (width(QString(ellipsis)) <= width(QStringLiteral("i")))
-        GTEST_SKIP() << "the font's ellipsis is no wider than an i";
-    const double limit = width(QStringLiteral("iiiii"));
-    const QString trimmed = trimmedStringWithAttributes(text, m_attributes, limit);
-    EXPECT_EQ(trimmed, QStringLiteral("iiii") + ellipsis);
-    EXPECT_GT(width(trimmed), limit);
-}
-
-TEST_F(KVStringDrawingTest, ShortTextsLoseTheEllipsis) {
-    EXPECT_EQ(trimmedStringWithAttributes(QStringLiteral("WW"), m_attributes, 1.0),
-              QStringLiteral("W"));
-    EXPECT_EQ(trimmedStringWithAttributes(QStringLiteral("WWWWW"), m_attributes, 0.0),
-              QStringLiteral("W"));
-    EXPECT_EQ(trimmedStringWithAttributes(QStringLiteral("W"), m_attributes, 0.0),
-              QStringLiteral("W"));
-    EXPECT_EQ(trimmedStringWithAttributes(QString(), m_attributes, -5.0), QString());
-    // A character outside the basic plane is never cut in half.
-    const QString faces = QString::fromUtf8("\U0001F600\U0001F600\U0001F600");
-    EXPECT_EQ(trimmedStringWithAttributes(faces, m_attributes, 0.0), faces.left(2));
-    const QString cut = trimmedStringWithAttributes(QStringLiteral("ab") + faces, m_attributes,
-                                                    width(QStringLiteral("ab") + faces.left(2)));
-    EXPECT_EQ(cut, QStringLiteral("ab") + ellipsis);
+TEST_F(KVStringDrawingTest, TrimsFromTheEndWithAnEllipsisButNeverBelowOneCharacter) {
+    const QString name = "Canon EOS 5D Mark III", faces = "\U0001F600\U0001F600\U0001F600";
+    const struct {
+        QString text;
+        double limit;
+        QString trimmed;
+    } cases[] = {
+        {name, width(name), name},
+        // The longest prefix that fits keeps all but its last letter, which the ellipsis takes.
+        {name, width("Canon EOS"), "Canon EO" + ellipsis},
+        {"WW", 1.0, "W"},
+        {"WWWWW", 0.0, "W"},
+        {"W", 0.0, "W"},
+        {"", -5.0, ""},
+        // A character outside the basic plane is never cut in half.
+        {faces, 0.0, faces.left(2)},
+        {"ab" + faces, width("ab" + faces.left(2)), "ab" + ellipsis}};
+    for (const auto &c : cases)
+        EXPECT_EQ(trimmedStringWithAttributes(c.text, m_attributes, c.limit), c.trimmed) << c.limit;
+    // The ellipsis is not measured again: the result may be wider than the limit.
+    if (width(ellipsis) > width("i")) {
+        const QString trimmed =
+            trimmedStringWithAttributes("iiiiiiiiiiii", m_attributes, width("iiiii"));
+        EXPECT_EQ(trimmed, "iiii" + ellipsis);
+        EXPECT_GT(width(trimmed), width("iiiii"));
+    }
 }
 
 TEST_F(KVStringDrawingTest, CentresWithoutRoundingAndTrimsWhenTooWide) {
-    const QString fits = QStringLiteral("Preparing");
     const QString tooWide = QStringLiteral("A camera name far too long for the rectangle");
     const struct {
         QString text, shown;
         QRectF rect;
-    } cases[] = {{fits, fits, QRectF(10.25, 3.75, 151.0, 40.0)},
+    } cases[] = {{"Preparing", "Preparing", QRectF(10.25, 3.75, 151.0, 40.0)},
                  {tooWide, trimmedStringWithAttributes(tooWide, m_attributes, 60.0),
                   QRectF(0.0, 0.0, 60.0, 30.0)}};
     ASSERT_TRUE(cases[1].shown.endsWith(ellipsis));
@@ -88,23 +76,15 @@ TEST_F(KVStringDrawingTest, CentresWithoutRoundingAndTrimsWhenTooWide) {
         const QPointF origin = c.rect.topLeft() + QPointF((c.rect.width() - size.width()) * 0.5,
                                                           (c.rect.height() - size.height()) * 0.5);
         EXPECT_EQ(render([&](QPainter &p) { drawInCenterOfRect(p, c.text, c.rect, m_attributes); }),
-                  render([&](QPainter &p) { KVDrawString(p, c.shown, origin, m_attributes); }));
+                  drawn(c.shown, origin, m_attributes));
     }
 }
 
 TEST_F(KVStringDrawingTest, ShadowFallsBelowTheText) {
-    KVTextAttributes shadowed = m_attributes;
+    KVTextAttributes shadowed = m_attributes, plain = m_attributes;
     shadowed.color = Qt::transparent;
     shadowed.hasShadow = true;
-    shadowed.shadowColor = Qt::black;
+    shadowed.shadowColor = plain.color = Qt::black;
     shadowed.shadowOffset = QPointF(0.0, -10.0);
-    const QImage withShadow = render([&](QPainter &painter) {
-        KVDrawString(painter, QStringLiteral("M"), {20, 5}, shadowed);
-    });
-    KVTextAttributes plain = m_attributes;
-    plain.color = Qt::black;
-    const QImage moved = render([&](QPainter &painter) {
-        KVDrawString(painter, QStringLiteral("M"), {20, 15}, plain);
-    });
-    EXPECT_EQ(withShadow, moved);
+    EXPECT_EQ(drawn("M", {20, 5}, shadowed), drawn("M", {20, 15}, plain));
 }

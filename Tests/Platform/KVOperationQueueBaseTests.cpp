@@ -90,38 +90,26 @@ TEST(KVBaseOperationQueue, RunsAtMostTheAllowedNumberAtOnceAndReportsTheCountDow
 TEST(KVBaseOperationQueue, SuspendedQueueStartsNothingAndCancelledOperationsNeverRun) {
     std::atomic<int> running{0}, peak{0};
     KVBaseOperationQueue queue;
-    queue.setSuspended(true);
-    auto first = std::make_shared<GatedOperation>(running, peak);
-    auto second = std::make_shared<GatedOperation>(running, peak);
-    first->open();
-    second->open();
-    queue.addOperation(first);
-    queue.addOperation(second);
-    EXPECT_FALSE(
-        KVTest::waitFor([&] { return first->isFinished(); }, std::chrono::milliseconds(200)));
-    second->cancel();
-    queue.setSuspended(false);
-    queue.waitUntilAllOperationsAreFinished();
-    EXPECT_TRUE(first->ran);
-    EXPECT_FALSE(second->ran);
-    EXPECT_TRUE(second->isFinished());
-}
-
-TEST(KVBaseOperationQueue, CancelAllReachesRunningAndWaitingOperations) {
-    std::atomic<int> running{0}, peak{0};
-    KVBaseOperationQueue queue;
     queue.setMaxConcurrentOperationCount(1);
-    auto busy = std::make_shared<GatedOperation>(running, peak);
-    auto waiting = std::make_shared<GatedOperation>(running, peak);
-    queue.addOperation(busy);
-    queue.addOperation(waiting);
+    queue.setSuspended(true);
+    std::vector<std::shared_ptr<GatedOperation>> operations;
+    for (int i = 0; i < 4; ++i) {
+        operations.push_back(std::make_shared<GatedOperation>(running, peak));
+        queue.addOperation(operations.back());
+    }
+    EXPECT_FALSE(
+        KVTest::waitFor([&] { return running.load() > 0; }, std::chrono::milliseconds(200)));
+    operations[1]->cancel(); // while waiting
+    queue.setSuspended(false);
     ASSERT_TRUE(KVTest::waitFor([&] { return running.load() == 1; }));
+    // Cancelling all reaches the running operation and those still waiting.
     queue.cancelAllOperations();
-    EXPECT_TRUE(busy->isCancelled());
-    EXPECT_TRUE(waiting->isCancelled());
-    busy->open();
+    for (const auto &operation : operations)
+        EXPECT_TRUE(operation->isCancelled());
+    operations[0]->open();
     queue.waitUntilAllOperationsAreFinished();
-    EXPECT_FALSE(waiting->ran);
+    for (size_t i = 1; i < operations.size(); ++i)
+        EXPECT_TRUE(operations[i]->isFinished() && !operations[i]->ran) << i;
 }
 
 TEST(KVInvocationOperation, KeepsItsResultAndAnnouncesTheEndOnce) {

@@ -3,7 +3,6 @@
 #include "KVImageOrientation.h"
 
 #include <QBuffer>
-#include <QImageWriter>
 #include <QPainter>
 
 #include <gtest/gtest.h>
@@ -23,13 +22,11 @@ QImage filled(QSize size, QColor color) {
 // Red top-left, green top-right, blue bottom-left, white bottom-right.
 QImage corners(QSize size) {
     QImage image(size, QImage::Format_RGB32);
-    const int w = size.width() / 2;
-    const int h = size.height() / 2;
+    const int w = size.width() / 2, h = size.height() / 2;
     QPainter painter(&image);
-    painter.fillRect(0, 0, w, h, Qt::red);
-    painter.fillRect(w, 0, size.width() - w, h, Qt::green);
-    painter.fillRect(0, h, w, size.height() - h, Qt::blue);
-    painter.fillRect(w, h, size.width() - w, size.height() - h, Qt::white);
+    const Qt::GlobalColor colors[] = {Qt::red, Qt::green, Qt::blue, Qt::white};
+    for (int quarter = 0; quarter < 4; ++quarter)
+        painter.fillRect(quarter % 2 * w, quarter / 2 * h, w, h, colors[quarter]);
     return image;
 }
 
@@ -46,21 +43,12 @@ bool near(QRgb pixel, QColor color) {
            qAbs(qBlue(pixel) - color.blue()) < 40;
 }
 
-// Colour at the centre of each quarter: top-left, top-right, bottom-left, bottom-right.
-std::vector<QRgb> quarters(const QImage &image) {
-    const int w = image.width();
-    const int h = image.height();
-    return {image.pixel(w / 4, h / 4), image.pixel(3 * w / 4, h / 4), image.pixel(w / 4, 3 * h / 4),
-            image.pixel(3 * w / 4, 3 * h / 4)};
-}
-
 } // namespace
 
-TEST(KVThumbnail, FromImageCompressesIsCachedAtOnceAndDecodesAgainWhenLost) {
+TEST(KVThumbnail, FromImageCompressesIsCachedAtOnceAndDecodesAgainWhenLostUnlessUndecodable) {
     const KVThumbnail thumbnail = KVThumbnail::fromImage(filled(QSize(200, 100), Qt::red));
     ASSERT_FALSE(thumbnail.isNull());
     EXPECT_EQ(thumbnail.size(), QSize(200, 100));
-    EXPECT_GT(thumbnail.encodedSize(), 0);
     EXPECT_LT(thumbnail.encodedSize(), 200 * 100 * 4 / 10);
     EXPECT_TRUE(thumbnail.encoded().startsWith("\xFF\xD8"));
     EXPECT_TRUE(KVThumbnailCache::shared().contains(thumbnail));
@@ -76,19 +64,14 @@ TEST(KVThumbnail, FromImageCompressesIsCachedAtOnceAndDecodesAgainWhenLost) {
     const KVThumbnail onWhite = KVThumbnail::fromImage(clear);
     KVThumbnailCache::shared().remove(onWhite);
     EXPECT_TRUE(near(onWhite.image().pixel(10, 10), Qt::white));
-}
 
-TEST(KVThumbnail, NullAndUndecodableThumbnailsGiveANullImageAndAreNotCached) {
-    const KVThumbnail null;
-    EXPECT_TRUE(null.isNull());
-    EXPECT_TRUE(null.image().isNull());
-    EXPECT_FALSE(null.size().isValid());
-    EXPECT_EQ(null.encodedSize(), 0);
+    // Null and undecodable thumbnails give a null image and are not cached.
+    EXPECT_TRUE(KVThumbnail().image().isNull());
     EXPECT_TRUE(KVThumbnail::fromImage(QImage()).isNull());
-    const KVThumbnail thumbnail(QByteArray("not a picture at all"), 1, QSize(10, 10));
-    EXPECT_FALSE(thumbnail.isNull());
-    EXPECT_TRUE(thumbnail.image().isNull());
-    EXPECT_FALSE(KVThumbnailCache::shared().contains(thumbnail));
+    const KVThumbnail garbage(QByteArray("not a picture at all"), 1, QSize(10, 10));
+    EXPECT_FALSE(garbage.isNull());
+    EXPECT_TRUE(garbage.image().isNull());
+    EXPECT_FALSE(KVThumbnailCache::shared().contains(garbage));
 }
 
 TEST(KVThumbnail, StoredBytesAreTurnedByTheirOrientation) {
@@ -113,34 +96,37 @@ TEST(KVThumbnail, StoredBytesAreTurnedByTheirOrientation) {
         EXPECT_EQ(thumbnail.size(), c.size);
         const QImage image = thumbnail.image();
         ASSERT_EQ(image.size(), c.size);
-        const std::vector<QRgb> found = quarters(image);
-        for (size_t index = 0; index < 4; ++index)
-            EXPECT_TRUE(near(found[index], c.quarters[index])) << "quarter " << index;
+        // The colour at the centre of each quarter.
+        for (int index = 0; index < 4; ++index)
+            EXPECT_TRUE(near(image.pixel((1 + index % 2 * 2) * image.width() / 4,
+                                         (1 + index / 2 * 2) * image.height() / 4),
+                             c.quarters[size_t(index)]))
+                << "quarter " << index;
     }
 }
 
 TEST(KVThumbnailCache, KeepsWithinItsByteBoundDroppingTheLeastRecentlyUsed) {
-    const QImage picture = filled(QSize(100, 100), Qt::gray); // 40,000 bytes
+    const QImage picture = filled(QSize(100, 100), Qt::gray);
     const qsizetype bytes = picture.sizeInBytes();
     KVThumbnailCache cache(3 * bytes);
     std::vector<KVThumbnail> thumbnails; // each its own body: copies would share one entry
     for (int index = 0; index < 5; ++index)
         thumbnails.push_back(KVThumbnail(QByteArray("x"), 1, QSize(100, 100)));
+    const auto kept = [&] {
+        std::vector<bool> flags;
+        for (const KVThumbnail &thumbnail : thumbnails)
+            flags.push_back(cache.contains(thumbnail));
+        return flags;
+    };
     for (int index = 0; index < 3; ++index)
         cache.insert(thumbnails[index], picture);
-    EXPECT_EQ(cache.count(), 3);
     EXPECT_EQ(cache.totalBytes(), 3 * bytes);
     // Using 0 makes 1 the least recently used, which the next insertion drops.
     EXPECT_FALSE(cache.find(thumbnails[0]).isNull());
     cache.insert(thumbnails[3], picture);
-    EXPECT_TRUE(cache.contains(thumbnails[0]));
-    EXPECT_FALSE(cache.contains(thumbnails[1]));
-    EXPECT_TRUE(cache.contains(thumbnails[2]));
-    EXPECT_TRUE(cache.contains(thumbnails[3]));
+    EXPECT_EQ(kept(), std::vector<bool>({true, false, true, true, false}));
     cache.insert(thumbnails[4], picture);
-    EXPECT_FALSE(cache.contains(thumbnails[2]));
-    EXPECT_LE(cache.totalBytes(), cache.maxBytes());
-    EXPECT_EQ(cache.count(), 3);
+    EXPECT_EQ(kept(), std::vector<bool>({true, false, false, true, true}));
 
     // Replacing an entry does not count it twice.
     cache.insert(thumbnails[4], picture);
@@ -155,7 +141,6 @@ TEST(KVThumbnailCache, KeepsWithinItsByteBoundDroppingTheLeastRecentlyUsed) {
     EXPECT_LE(cache.totalBytes(), cache.maxBytes());
 
     cache.clear();
-    EXPECT_EQ(cache.count(), 0);
     EXPECT_EQ(cache.totalBytes(), 0);
     // Null thumbnails and null pictures are never kept.
     cache.insert(KVThumbnail(), picture);
@@ -195,15 +180,12 @@ TEST(KVThumbnailCache, SharedCacheForgetsAThumbnailWhenItsLastCopyGoes) {
 TEST(KVThumbnailCache, ManyThreadsReadAndEvictTogether) {
     KVThumbnailCache &shared = KVThumbnailCache::shared();
     const qsizetype bound = shared.maxBytes();
-    EXPECT_EQ(bound, 64 * 1024 * 1024);
     shared.setMaxBytes(8 * 64 * 64 * 4); // about eight pictures
+    const auto color = [](size_t index) { return QColor::fromHsv(int(index) * 11, 255, 255); };
     std::vector<KVThumbnail> thumbnails;
-    std::vector<QColor> colors;
-    for (int index = 0; index < 32; ++index) {
-        const QColor color = QColor::fromHsv(index * 11, 255, 255);
-        colors.push_back(color);
-        thumbnails.push_back(KVThumbnail(jpegOf(filled(QSize(64, 64), color)), 1, QSize(64, 64)));
-    }
+    for (size_t index = 0; index < 32; ++index)
+        thumbnails.push_back(
+            KVThumbnail(jpegOf(filled(QSize(64, 64), color(index))), 1, QSize(64, 64)));
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
@@ -211,7 +193,7 @@ TEST(KVThumbnailCache, ManyThreadsReadAndEvictTogether) {
             for (int round = 0; round < 100; ++round) {
                 const size_t index = size_t((round * 7 + t * 5) % 32);
                 const QImage image = thumbnails[index].image();
-                if (image.size() != QSize(64, 64) || !near(image.pixel(32, 32), colors[index]))
+                if (image.size() != QSize(64, 64) || !near(image.pixel(32, 32), color(index)))
                     ++wrong;
             }
         });

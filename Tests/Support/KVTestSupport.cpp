@@ -1,11 +1,15 @@
 #include "KVTestSupport.h"
 
+#include "KVChildProcess.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QThread>
+
+#include <sys/wait.h>
 
 namespace KVTest {
 
@@ -45,6 +49,23 @@ QByteArray readFile(const QString &path) {
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return file.readAll();
+}
+
+int runProgram(const QString &program, const QStringList &arguments, QByteArray *output) {
+    std::vector<std::string> words{program.toStdString()};
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    KVChildProcess child;
+    if (!child.start(words))
+        return -1;
+    QByteArray text;
+    char buffer[65536];
+    while (const size_t count = child.read(buffer, sizeof buffer))
+        text.append(buffer, qsizetype(count));
+    if (output)
+        *output = text;
+    const int status = child.wait();
+    return status >= 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 } // namespace KVTest

@@ -15,4 +15,8 @@ QStringList copySamples(const QStringList &relatives, const QString &folder);
 bool waitFor(const std::function<bool()> &condition,
              std::chrono::milliseconds deadline = std::chrono::seconds(20));
 QByteArray readFile(const QString &path);
+// Runs a program to its end with its standard output and error merged into `output`; returns
+// its exit status, or -1 when it could not start or did not exit normally. Spawned without a
+// fork of the test process, which ThreadSanitizer cannot follow.
+int runProgram(const QString &program, const QStringList &arguments, QByteArray *output = nullptr);
 } // namespace KVTest

@@ -2,8 +2,6 @@
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,6 +10,8 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+const QString dateKey = QStringLiteral("Exif.Photo.DateTimeOriginal");
 
 struct Result {
     int status = -1;
@@ -28,7 +28,7 @@ Result cli(const QStringList &arguments) {
     if (!process.start(words))
         return result;
     char buffer[4096];
-    for (size_t count; (count = process.read(buffer, sizeof buffer)) > 0;)
+    while (const size_t count = process.read(buffer, sizeof buffer))
         result.output.append(buffer, static_cast<qsizetype>(count));
     const int status = process.wait();
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -56,10 +56,9 @@ TEST(KVCommandLine, ListPrintsCamerasInOrderWithPhotosAndRefusals) {
     ASSERT_EQ(refused.size(), 1);
     EXPECT_EQ(refused[0]["name"].toString(), "PaintTool_sample.jpg");
     EXPECT_EQ(refused[0]["error"].toString(), "No EXIF date and camera found.");
-
-    EXPECT_EQ(cli({"list"}).status, 2);
-    EXPECT_EQ(cli({"list", "--bogus", folder.path()}).status, 2);
-    EXPECT_EQ(cli({"frobnicate"}).status, 2);
+    for (const QStringList &usage :
+         {QStringList{"list"}, {"list", "--bogus", folder.path()}, {"frobnicate"}})
+        EXPECT_EQ(cli(usage).status, 2) << qPrintable(usage.join(' '));
 }
 
 TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera) {
@@ -67,43 +66,36 @@ TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera
     const QStringList copies =
         KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"}, folder.path());
     const QString reference = copies[0], match = copies[1];
-    ASSERT_TRUE(
-        KVTest::writeExif(reference, {{"Exif.Photo.DateTimeOriginal", "2024:06:01 12:00:00"}}));
-    ASSERT_TRUE(KVTest::writeExif(match, {{"Exif.Photo.DateTimeOriginal", "2024:06:01 11:58:30"}}));
+    ASSERT_TRUE(KVTest::writeExif(reference, {{dateKey, "2024:06:01 12:00:00"}}));
+    ASSERT_TRUE(KVTest::writeExif(match, {{dateKey, "2024:06:01 11:58:30"}}));
 
-    const Result dry = cli(
-        {"sync", "--reference", reference, "--match", match, "--dry-run", "--json", folder.path()});
+    const QStringList sync = {"sync", "--reference", reference, "--match", match, folder.path()};
+    const Result dry = cli(sync + QStringList{"--dry-run", "--json"});
     ASSERT_EQ(dry.status, 0);
-    const QJsonArray intervals =
-        QJsonDocument::fromJson(dry.output).object()["intervals"].toArray();
+    const QJsonArray intervals = QJsonDocument::fromJson(dry.output)["intervals"].toArray();
     ASSERT_EQ(intervals.size(), 1);
     EXPECT_EQ(intervals[0]["seconds"].toDouble(), 90.0);
-    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 11:58:30");
+    EXPECT_EQ(KVTest::readExif(match, dateKey), "2024:06:01 11:58:30");
 
-    const Result run = cli({"sync", "--reference", reference, "--match", match, folder.path()});
+    const Result run = cli(sync);
     EXPECT_EQ(run.status, 0);
     EXPECT_TRUE(run.output.contains("Your photos have been synced\nsuccessfully!"));
-    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 12:00:00");
-    EXPECT_EQ(KVTest::readExif(reference, "Exif.Photo.DateTimeOriginal"), "2024:06:01 12:00:00");
+    EXPECT_EQ(KVTest::readExif(match, dateKey), "2024:06:01 12:00:00");
+    EXPECT_EQ(KVTest::readExif(reference, dateKey), "2024:06:01 12:00:00");
 
     // Already in step: nothing to do, and said so.
-    const Result again = cli({"sync", "--reference", reference, "--match", match, folder.path()});
-    EXPECT_EQ(again.status, 0);
-    EXPECT_TRUE(again.output.contains("Selected images have already synchronized"));
+    EXPECT_TRUE(cli(sync).output.contains("Selected images have already synchronized"));
 
     // A base time by hand moves every matched camera to it.
-    const Result base =
-        cli({"sync", "--base", "2024:06:01 13:00:00", "--match", match, folder.path()});
-    EXPECT_EQ(base.status, 0);
-    EXPECT_EQ(KVTest::readExif(match, "Exif.Photo.DateTimeOriginal"), "2024:06:01 13:00:00");
+    const QString base = "2024:06:01 13:00:00", dir = folder.path();
+    EXPECT_EQ(cli({"sync", "--base", base, "--match", match, dir}).status, 0);
+    EXPECT_EQ(KVTest::readExif(match, dateKey), "2024:06:01 13:00:00");
 
     // Usage errors: both kinds of reference, no match, a match on the reference's camera.
-    EXPECT_EQ(cli({"sync", "--reference", reference, "--base", "2024:06:01 13:00:00", "--match",
-                   match, folder.path()})
-                  .status,
-              2);
-    EXPECT_EQ(cli({"sync", "--reference", reference, folder.path()}).status, 2);
-    EXPECT_EQ(cli({"sync", "--reference", reference, "--match", reference, folder.path()}).status,
-              2);
-    EXPECT_EQ(cli({"sync", "--base", "yesterday", "--match", match, folder.path()}).status, 2);
+    for (const QStringList &usage :
+         {QStringList{"sync", "--reference", reference, "--base", base, "--match", match, dir},
+          {"sync", "--reference", reference, dir},
+          {"sync", "--reference", reference, "--match", reference, dir},
+          {"sync", "--base", "yesterday", "--match", match, dir}})
+        EXPECT_EQ(cli(usage).status, 2) << qPrintable(usage.join(' '));
 }

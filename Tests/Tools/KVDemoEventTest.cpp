@@ -8,82 +8,48 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace {
 
-const QString timeFormat = QStringLiteral("yyyy:MM:dd HH:mm:ss");
-
 int runDemo(const QStringList &arguments) {
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(KALVORA_DEMO_EVENT), arguments);
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return -1;
-    return process.exitCode();
+    return KVTest::runProgram(QStringLiteral(KALVORA_DEMO_EVENT), arguments);
 }
 
 QJsonObject offsets(const QString &folder) {
-    return QJsonDocument::fromJson(KVTest::readFile(folder + QStringLiteral("/.offsets.json")))
-        .object();
+    return QJsonDocument::fromJson(KVTest::readFile(folder + "/.offsets.json")).object();
 }
 
 QStringList photoNames(const QString &folder) {
-    return QDir(folder).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name);
+    return QDir(folder).entryList({"*.JPG"}, QDir::Files, QDir::Name);
 }
-
-// One event for the tests that only read it.
-class KVDemoEventTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        folder = new QTemporaryDir;
-        ASSERT_EQ(runDemo({folder->filePath(QStringLiteral("event")), QStringLiteral("--seed"),
-                           QStringLiteral("7")}),
-                  0);
-    }
-    static void TearDownTestSuite() {
-        delete folder;
-        folder = nullptr;
-    }
-    static QString eventPath() { return folder->filePath(QStringLiteral("event")); }
-
-    static QTemporaryDir *folder;
-};
-QTemporaryDir *KVDemoEventTest::folder = nullptr;
 
 } // namespace
 
-TEST_F(KVDemoEventTest, ModelReadsFourCamerasWhoseDatesMinusClockErrorsAreTheTrueMoments) {
+TEST(KVDemoEvent, ModelReadsEveryCameraAndEachSceneIsOneMomentMinusTheClockErrors) {
+    QTemporaryDir folder;
+    const QString event = folder.filePath("event");
+    ASSERT_EQ(runDemo({event, "--seed", "7"}), 0);
     KVHeadlessUserInterface ui;
     KVCameraSets model(&ui);
-    const KVModelResult result =
-        model.addedAndSortedImageFiles({QUrl::fromLocalFile(eventPath())}, {});
+    const KVModelResult result = model.addedAndSortedImageFiles({QUrl::fromLocalFile(event)}, {});
     // Every photo is taken, and the hidden list of answers is passed over without a complaint.
     EXPECT_TRUE(result.notAddedFiles.isEmpty());
-    ASSERT_TRUE(result.files);
-    std::set<QString> keys;
-    for (const auto &[key, files] : *result.files)
-        keys.insert(key);
-    EXPECT_EQ(keys, (std::set<QString>{"Oriel OX-5 OX5-204417", "Oriel OX-5 OX5-318862",
-                                       "Tamura T20 T20A0918", "Velmont Velmont Pix 3"}));
+    ASSERT_TRUE(result.files && result.files->size() == 4);
 
-    const QJsonObject root = offsets(eventPath());
+    const QJsonObject root = offsets(event);
     EXPECT_EQ(root["reference"].toString(), "Oriel OX-5 OX5-204417");
-    std::set<qint64> clockErrors;
+    QMap<QString, qint64> clockErrors;
     for (const QJsonValue &camera : root["cameras"].toArray()) {
         const QString key = camera["key"].toString();
-        const qint64 clockError = camera["clockError"].toInteger();
-        clockErrors.insert(clockError);
+        const qint64 clockError = clockErrors[key] = camera["clockError"].toInteger();
         EXPECT_EQ(camera["offset"].toInteger(), -clockError);
         ASSERT_TRUE(result.files->count(key)) << qPrintable(key);
         const std::vector<KVImageFileRef> &files = result.files->at(key);
-        EXPECT_GE(files.size(), 30u);
-        EXPECT_LE(files.size(), 80u);
+        EXPECT_TRUE(files.size() >= 30 && files.size() <= 80) << files.size();
         const QJsonArray photos = camera["photos"].toArray();
         ASSERT_EQ(qsizetype(files.size()), photos.size());
         // Both lists run by time: the n-th record is the n-th listed photo.
@@ -91,34 +57,31 @@ TEST_F(KVDemoEventTest, ModelReadsFourCamerasWhoseDatesMinusClockErrorsAreTheTru
             const QJsonValue photo = photos[qsizetype(i)];
             EXPECT_EQ(files[i]->name(), photo["file"].toString());
             EXPECT_EQ(files[i]->creationDate().addSecs(-clockError),
-                      QDateTime::fromString(photo["moment"].toString(), timeFormat))
+                      QDateTime::fromString(photo["moment"].toString(), "yyyy:MM:dd HH:mm:ss"))
                 << qPrintable(files[i]->name());
             EXPECT_EQ(QFileInfo(files[i]->path()).lastModified(), files[i]->creationDate());
         }
         // The embedded thumbnail is what the model shows, not a reduction of the picture.
         EXPECT_EQ(files.front()->thumbnailData().size(), QSize(160, 107));
     }
-    EXPECT_EQ(clockErrors.size(), 4u);
-    EXPECT_TRUE(clockErrors.count(0));
-}
+    EXPECT_EQ(clockErrors.keys(), (QStringList{"Oriel OX-5 OX5-204417", "Oriel OX-5 OX5-318862",
+                                               "Tamura T20 T20A0918", "Velmont Velmont Pix 3"}));
+    const QList<qint64> errors = clockErrors.values();
+    EXPECT_EQ(QSet<qint64>(errors.begin(), errors.end()).size(), 4);
+    EXPECT_TRUE(errors.contains(0));
 
-TEST_F(KVDemoEventTest, SceneListsOnePhotoPerCameraAtTheSharedMoment) {
-    const QJsonObject root = offsets(eventPath());
-    QMap<QString, qint64> clockErrors;
-    for (const QJsonValue &camera : root["cameras"].toArray())
-        clockErrors[camera["key"].toString()] = camera["clockError"].toInteger();
-    const QJsonArray scenes = root["scenes"].toArray();
-    ASSERT_GE(scenes.size(), 8);
+    ASSERT_GE(root["scenes"].toArray().size(), 8);
     int scenesOfEveryCamera = 0;
-    for (const QJsonValue &scene : scenes) {
-        const QDateTime moment = QDateTime::fromString(scene["moment"].toString(), timeFormat);
+    for (const QJsonValue &scene : root["scenes"].toArray()) {
+        const QDateTime moment =
+            QDateTime::fromString(scene["moment"].toString(), "yyyy:MM:dd HH:mm:ss");
         const QJsonObject photos = scene["photos"].toObject();
         EXPECT_GE(photos.size(), 3) << qPrintable(scene["name"].toString());
         scenesOfEveryCamera += photos.size() == clockErrors.size();
         for (auto it = photos.begin(); it != photos.end(); ++it) {
             ASSERT_TRUE(clockErrors.contains(it.key()));
-            const KVImageFileRef file = KVImageFile::initWithURL(
-                QUrl::fromLocalFile(eventPath() + QLatin1Char('/') + it.value().toString()));
+            const KVImageFileRef file =
+                KVImageFile::initWithURL(QUrl::fromLocalFile(event + '/' + it.value().toString()));
             ASSERT_TRUE(file) << qPrintable(it.value().toString());
             EXPECT_EQ(file->fullCameraName(), it.key());
             EXPECT_EQ(file->creationDate().addSecs(-clockErrors[it.key()]), moment);
@@ -129,28 +92,22 @@ TEST_F(KVDemoEventTest, SceneListsOnePhotoPerCameraAtTheSharedMoment) {
 
 TEST(KVDemoEvent, SameSeedWritesTheSameFilesAndFullFoldersNeedForce) {
     QTemporaryDir folder;
-    const QString again = folder.filePath(QStringLiteral("again"));
-    ASSERT_EQ(runDemo({again, QStringLiteral("--seed"), QStringLiteral("7")}), 0);
-    QTemporaryDir reference;
-    const QString first = reference.filePath(QStringLiteral("first"));
-    ASSERT_EQ(runDemo({first, QStringLiteral("--seed=7")}), 0);
+    const QString first = folder.filePath("first"), again = folder.filePath("again");
+    ASSERT_EQ(runDemo({first, "--seed=7"}), 0);
+    ASSERT_EQ(runDemo({again, "--seed", "7"}), 0);
     const QStringList names = photoNames(first);
     ASSERT_EQ(names, photoNames(again));
-    for (const QString &name : names + QStringList{QStringLiteral(".offsets.json")})
+    for (const QString &name : names + QStringList{".offsets.json"})
         EXPECT_EQ(KVTest::readFile(first + '/' + name), KVTest::readFile(again + '/' + name))
             << qPrintable(name);
 
     // Not over an event already there, unless forced; then the new event replaces the old one
     // and leaves other files alone.
-    QFile note(again + QStringLiteral("/notes.txt"));
-    ASSERT_TRUE(note.open(QIODevice::WriteOnly));
-    note.close();
-    EXPECT_EQ(runDemo({again, QStringLiteral("--seed"), QStringLiteral("8")}), 1);
-    EXPECT_EQ(KVTest::readFile(again + QStringLiteral("/.offsets.json")),
-              KVTest::readFile(first + QStringLiteral("/.offsets.json")));
-    ASSERT_EQ(
-        runDemo({again, QStringLiteral("--seed"), QStringLiteral("8"), QStringLiteral("--force")}),
-        0);
+    const QString note = again + "/notes.txt";
+    ASSERT_TRUE(QFile(note).open(QIODevice::WriteOnly));
+    EXPECT_EQ(runDemo({again, "--seed", "8"}), 1);
+    EXPECT_EQ(offsets(again), offsets(first));
+    ASSERT_EQ(runDemo({again, "--seed", "8", "--force"}), 0);
     const QJsonObject root = offsets(again);
     EXPECT_EQ(root["seed"].toInteger(), 8);
     qsizetype listed = 0;
@@ -158,11 +115,9 @@ TEST(KVDemoEvent, SameSeedWritesTheSameFilesAndFullFoldersNeedForce) {
         listed += camera["photos"].toArray().size();
     EXPECT_EQ(photoNames(again).size(), listed);
     EXPECT_NE(photoNames(again), names);
-    EXPECT_TRUE(QFile::exists(note.fileName()));
+    EXPECT_TRUE(QFile::exists(note));
 
     EXPECT_EQ(runDemo({}), 2);
-    EXPECT_EQ(runDemo({folder.filePath(QStringLiteral("x")), QStringLiteral("--seed"),
-                       QStringLiteral("seven")}),
-              2);
-    EXPECT_EQ(runDemo({note.fileName()}), 1);
+    EXPECT_EQ(runDemo({folder.filePath("x"), "--seed", "seven"}), 2);
+    EXPECT_EQ(runDemo({note}), 1);
 }

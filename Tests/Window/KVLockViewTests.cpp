@@ -3,16 +3,12 @@
 #include "KVTestSupport.h"
 
 #include <QApplication>
-#include <QMouseEvent>
 #include <QTest>
 #include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
-namespace {
-
-// Stands for the camera list and the window: records every pointer event that reaches it and
-// leaves it unhandled, so that it would travel on.
+// Counts the pointer events that reach it and leaves them unhandled, so they would travel on.
 class KVEventRecorder : public QWidget {
 public:
     using QWidget::QWidget;
@@ -20,86 +16,54 @@ public:
 
 protected:
     bool event(QEvent *event) override {
-        switch (event->type()) {
-        case QEvent::MouseButtonPress:
-        case QEvent::MouseButtonRelease:
-        case QEvent::MouseButtonDblClick:
-        case QEvent::Wheel:
-            ++received;
-            event->ignore();
-            return false;
-        default:
+        const QEvent::Type type = event->type();
+        if (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease &&
+            type != QEvent::MouseButtonDblClick && type != QEvent::Wheel)
             return QWidget::event(event);
-        }
+        ++received;
+        event->ignore();
+        return false;
     }
 };
 
-struct LockedWindow {
+TEST(KVLockView, ClicksAndWheelTurnsNeverReachTheWidgetsUnderIt) {
     KVEventRecorder window;
-    KVEventRecorder *browser = new KVEventRecorder(&window);
-    KVLockView *lock = new KVLockView(&window);
-
-    LockedWindow() {
-        window.resize(300, 200);
-        browser->setGeometry(0, 0, 300, 200);
-        lock->setGeometry(0, 0, 300, 200);
-        lock->raise();
-        window.show();
-    }
-};
-
-TEST(KVLockView, ClicksNeverReachTheWidgetsUnderIt) {
-    LockedWindow locked;
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&locked.window));
+    auto *browser = new KVEventRecorder(&window);
+    auto *lock = new KVLockView(&window);
+    window.resize(300, 200);
+    for (QWidget *child : {static_cast<QWidget *>(browser), static_cast<QWidget *>(lock)})
+        child->setGeometry(0, 0, 300, 200);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     // Through the window, so that Qt's own routing picks the widget under the pointer.
-    QTest::mouseClick(locked.window.windowHandle(), Qt::LeftButton, Qt::NoModifier, QPoint(60, 50));
-    QTest::mouseDClick(locked.window.windowHandle(), Qt::LeftButton, Qt::NoModifier,
-                       QPoint(60, 50));
-    EXPECT_EQ(locked.browser->received, 0);
-    EXPECT_EQ(locked.window.received, 0);
+    const QPoint point(60, 50);
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, point);
+    QTest::mouseDClick(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, point);
+    ASSERT_EQ(window.childAt(point), lock);
+    QWheelEvent wheel(point, window.mapToGlobal(point), QPoint(), QPoint(0, -120), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(lock, &wheel);
+    EXPECT_TRUE(wheel.isAccepted());
+    EXPECT_EQ(browser->received + window.received, 0);
 
     // Without the veil the same click does arrive: the check above can fail.
-    locked.lock->hide();
-    QTest::mouseClick(locked.window.windowHandle(), Qt::LeftButton, Qt::NoModifier, QPoint(60, 50));
-    EXPECT_GT(locked.browser->received, 0);
-}
-
-TEST(KVLockView, WheelTurnsNeverReachTheWidgetsUnderIt) {
-    LockedWindow locked;
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&locked.window));
-    const QPoint position(150, 100);
-    QWidget *target = locked.window.childAt(position);
-    ASSERT_EQ(target, locked.lock);
-    QWheelEvent wheel(position, locked.window.mapToGlobal(position), QPoint(), QPoint(0, -120),
-                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(target, &wheel);
-    EXPECT_TRUE(wheel.isAccepted());
-    EXPECT_EQ(locked.browser->received, 0);
-    EXPECT_EQ(locked.window.received, 0);
+    lock->hide();
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, Qt::NoModifier, point);
+    EXPECT_GT(browser->received, 0);
 }
 
 TEST(KVLockView, IndicatorSpinsOnlyWhileInAShownParent) {
-    KVEventRecorder window;
-    window.resize(200, 100);
-    auto *lock = new KVLockView;
-    EXPECT_FALSE(lock->isProgressAnimating());
-
-    lock->setParent(&window);
-    lock->setGeometry(0, 0, 200, 100);
+    QWidget window;
+    auto *lock = new KVLockView(&window);
     EXPECT_FALSE(lock->isProgressAnimating()); // in a window that is not on screen
     window.show();
     EXPECT_TRUE(lock->isProgressAnimating());
     const int firstStep = lock->progressStep();
     EXPECT_TRUE(KVTest::waitFor([&] { return lock->progressStep() != firstStep; }));
-
     lock->hide();
     EXPECT_FALSE(lock->isProgressAnimating());
     lock->show();
-    EXPECT_TRUE(lock->isProgressAnimating());
-
-    lock->setParent(nullptr);
+    lock->setParent(nullptr); // taken out of the window: stops too
     EXPECT_FALSE(lock->isProgressAnimating());
     delete lock;
 }
-
-} // namespace
