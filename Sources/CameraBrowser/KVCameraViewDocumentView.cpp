@@ -347,7 +347,11 @@ void KVCameraViewDocumentView::wheelEvent(QWheelEvent *event) {
         event->accept();
         if (delta.y() == 0 || !m_delegate)
             return;
-        m_delegate->requestToChangeScaleBy(this, delta.y(),
+        // A line of the wheel moves the zoom slider by a fiftieth of its travel: one slider
+        // unit per line, as the slider counts in pixels per second, would take a thousand
+        // notches to cross a row's range.
+        const double line = std::max(1.0, (maxScaleValue() - minScaleValue()) / 50.0);
+        m_delegate->requestToChangeScaleBy(this, delta.y() * line,
                                            anchorForWidgetPoint(event->position()));
         return;
     }
