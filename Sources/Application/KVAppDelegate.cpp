@@ -28,6 +28,7 @@ KVAppDelegate::KVAppDelegate(KVUserInterface *userInterface)
 }
 
 KVAppDelegate::~KVAppDelegate() {
+    finishModelWork();
     m_vanishedFiles.waitForRecovery();
     if (m_syncQueue) {
         m_syncQueue->waitUntilAllOperationsAreFinished();

@@ -29,11 +29,15 @@ KVCameraSets::KVCameraSets(KVUserInterface *userInterface)
 }
 
 KVCameraSets::~KVCameraSets() {
+    finishModelWork();
+    removeObserverForImageFiles(m_imageFiles);
+}
+
+void KVCameraSets::finishModelWork() {
     if (m_queue) {
         m_queue->waitUntilAllOperationsAreFinished();
         m_queue->removeObserver(this);
     }
-    removeObserverForImageFiles(m_imageFiles);
 }
 
 const QStringList &KVCameraSets::supportedFileExtensions() {

@@ -83,6 +83,9 @@ public:
     virtual bool isProcessingPathes() const;
 
 protected:
+    // Waits for the model queue and stops listening to it. A derived class calls it first in
+    // its destructor: a worker's last notice must not reach an object that is half gone.
+    void finishModelWork();
     KVUserInterface *userInterface() const { return m_ui; }
     void lockUI();
     void addObserverForImageFiles(const KVCameraSetsRef &imageFiles);
