@@ -8,7 +8,6 @@
 #include "KVOperationQueue.h"
 #include "KVTestSupport.h"
 
-#include <QLocale>
 #include <QPaintEvent>
 #include <QPointer>
 #include <QTest>
@@ -25,8 +24,7 @@ namespace {
 using Drawer = KVDisplaySynchProgressDrawer;
 
 // Records the rectangles the view is asked to paint.
-class PaintRecorder : public QObject {
-public:
+struct PaintRecorder : QObject {
     std::vector<QRect> rects;
     bool eventFilter(QObject *, QEvent *event) override {
         if (event->type() == QEvent::Paint)
@@ -63,11 +61,6 @@ protected:
         }
         return m_queues.back().get();
     }
-    static void cancelBeforeAnyPhoto(KVOperationQueue &queue) {
-        queue.setAllImagesCountOnStartOfCancel(queue.allImagesCount());
-        queue.setIsOperationsCancelled(true);
-        queue.setOperationType(KVOperationTypeCancel);
-    }
 
     KVDisplayView m_view;
     std::vector<std::unique_ptr<KVOperationQueue>> m_queues;
@@ -80,45 +73,29 @@ double labelWidth(const QString &text) {
     return KVSizeWithAttributes(text, attributes).width();
 }
 
-int differingPixels(const QImage &a, const QImage &b, const QRect &area) {
-    int count = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x)
-            count += a.pixel(x, y) != b.pixel(x, y);
-    }
-    return count;
-}
-
 } // namespace
 
 TEST_F(KVDisplayViewTest, GeometryTextsAndFillPerOperationType) {
     EXPECT_EQ(m_drawer->contourBarBounds(), QRectF(18, 8, 564, 7));
-    EXPECT_EQ(m_drawer->prepareBarBounds(), QRectF(21, 9, 558, 5));
     EXPECT_EQ(m_drawer->fillBounds(), QRectF(20, 10, 560, 3));
-    EXPECT_EQ(m_drawer->textBounds(), QRectF(0, 12, 600, 48));
-    struct Case {
+    const struct {
         KVOperationType type;
         qint64 processed, all;
         QString text;
         double share;
-    } const cases[] = {{KVOperationTypeSync, 5, 10,
-                        QStringLiteral("Syncing time and date\non selected cameras 5 of 10"), 0.5},
-                       {KVOperationTypeUndo, 1, 4, QStringLiteral("Undoing… 1 of 4"), 0.25},
-                       {KVOperationTypeRedo, 4, 4, QStringLiteral("Redoing… 4 of 4"), 1.0},
-                       {KVOperationTypeCancel, 3, 10, QStringLiteral("Cancelling… 3 of 10"), 0.3}};
-    for (const Case &c : cases) {
+    } cases[] = {{KVOperationTypeSync, 5, 10,
+                  QStringLiteral("Syncing time and date\non selected cameras 5 of 10"), 0.5},
+                 {KVOperationTypeUndo, 1, 4, QStringLiteral("Undoing… 1 of 4"), 0.25},
+                 {KVOperationTypeRedo, 4, 4, QStringLiteral("Redoing… 4 of 4"), 1.0},
+                 {KVOperationTypeCancel, 3, 10, QStringLiteral("Cancelling… 3 of 10"), 0.3}};
+    for (const auto &c : cases) {
         EXPECT_EQ(Drawer::textForState(c.type, c.processed, c.all, false), c.text);
         EXPECT_DOUBLE_EQ(Drawer::fillWidth(c.processed, c.all, 560), c.share * 560);
     }
     EXPECT_EQ(Drawer::textForState(KVOperationTypeRedo, 0, 4, false),
               QStringLiteral("Preparing to redo…"));
-    // Types outside the range name nothing, at either end.
-    EXPECT_TRUE(Drawer::stringForOperationType(KVOperationType(4)).isNull());
-    EXPECT_TRUE(Drawer::prepareStringForOperationType(KVOperationType(-1)).isNull());
     // The least fill, also when there is nothing to count against.
-    m_view.resize(100, 60);
-    EXPECT_EQ(Drawer::fillWidth(1, 1000, m_drawer->fillBounds().width()), 2.0);
-    EXPECT_EQ(Drawer::fillWidth(0, 0, 560), 2.0);
+    EXPECT_EQ(Drawer::fillWidth(1, 1000, 60), 2.0);
     EXPECT_EQ(Drawer::fillWidth(3, 0, 560), 2.0);
 }
 
@@ -126,14 +103,11 @@ TEST_F(KVDisplayViewTest, PreparingTilesCreepRightAndWrap) {
     std::vector<double> offsets = {0.0};
     for (int i = 0; i < 23; ++i)
         offsets.push_back(Drawer::nextPrepareOffset(offsets.back(), 10.0));
-    EXPECT_EQ(offsets[1], -10.0);
-    EXPECT_EQ(offsets[2], -9.5);
-    EXPECT_EQ(offsets[21], 0.0);
-    EXPECT_EQ(offsets[22], -10.0);
+    EXPECT_EQ((std::vector<double>{offsets[1], offsets[2], offsets[21], offsets[22]}),
+              (std::vector<double>{-10.0, -9.5, 0.0, -10.0}));
     const std::vector<double> lefts = Drawer::prepareTileLefts(21, 558, -10.0, 10.0);
     ASSERT_FALSE(lefts.empty());
     EXPECT_EQ(lefts.front(), 11.0);
-    EXPECT_LT(lefts.back(), 579.0);
     EXPECT_GE(lefts.back() + 10.0, 579.0);
     EXPECT_TRUE(Drawer::prepareTileLefts(21, 558, 0, 0).empty());
 }
@@ -147,9 +121,6 @@ TEST_F(KVDisplayViewTest, AnimatesOnlyWhilePreparing) {
     const double tile = Drawer::prepareBar().deviceIndependentSize().width();
     EXPECT_EQ(Drawer::prepareOffset(), Drawer::nextPrepareOffset(before, tile));
     const QPointer<QTimer> timer = m_drawer->timer();
-    m_view.grab();
-    EXPECT_EQ(m_drawer->timer(), timer.data());
-
     queue->setProcessedImagesCount(1);
     m_view.grab();
     EXPECT_EQ(m_drawer->timer(), nullptr);
@@ -157,7 +128,9 @@ TEST_F(KVDisplayViewTest, AnimatesOnlyWhilePreparing) {
 
     // Cancelled before any photo: the count, not the animation, and the least fill.
     queue = makeQueue({6, 4});
-    cancelBeforeAnyPhoto(*queue);
+    queue->setAllImagesCountOnStartOfCancel(queue->allImagesCount());
+    queue->setIsOperationsCancelled(true);
+    queue->setOperationType(KVOperationTypeCancel);
     m_view.startDrawSynchProgress(queue);
     const QImage least = m_view.grab().toImage();
     EXPECT_EQ(m_drawer->timer(), nullptr);
@@ -191,29 +164,6 @@ TEST_F(KVDisplayViewTest, TimerAndQueueAskForTheirRepaints) {
     m_view.removeEventFilter(&recorder);
 }
 
-TEST_F(KVDisplayViewTest, ObservesOnlyTheCurrentQueue) {
-    KVOperationQueue *first = makeQueue({1});
-    KVOperationQueue *second = makeQueue({1});
-    m_drawer->setQueue(first);
-    m_drawer->setQueue(second);
-    m_drawer->setQueue(second);
-    for (const char *key : {"processedImagesCount", "isOperationsCancelled", "operationType"}) {
-        EXPECT_FALSE(first->hasObserver(m_drawer, key));
-        // Set twice, observed once: one removal leaves nothing behind.
-        second->removeObserver(m_drawer, key);
-        EXPECT_FALSE(second->hasObserver(m_drawer, key));
-    }
-
-    auto own = std::make_unique<Drawer>(&m_view);
-    own->setQueue(first);
-    own->setTimer(new QTimer);
-    const QPointer<QTimer> timer = own->timer();
-    Drawer *gone = own.get();
-    own.reset();
-    EXPECT_TRUE(timer.isNull());
-    EXPECT_FALSE(first->hasObserver(gone, QStringLiteral("processedImagesCount")));
-}
-
 TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     m_view.resize(300, 60);
     const QString longModel = QStringLiteral("Very Long Camera Model Name ").repeated(4);
@@ -231,13 +181,8 @@ TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     const auto &date = labels[0], &time = labels[1], &name = labels[2], &camera = labels[3];
     EXPECT_EQ(time.text, photo->creationDate().toLocalTime().toString(QStringLiteral("HH:mm:ss")));
     EXPECT_EQ(date.rect.topLeft(), QPointF(12, 5));
-    EXPECT_TRUE(date.text.contains(QStringLiteral("2008")));
-    EXPECT_FALSE(date.text.contains(QLocale().dayName(5))); // 30 May 2008 was a Friday
-    EXPECT_DOUBLE_EQ(time.rect.right(), 300 - 12.0);
     EXPECT_EQ(name.text, QStringLiteral("Canon_40D.jpg"));
-    EXPECT_DOUBLE_EQ(name.rect.center().y(), 30.0);
     EXPECT_DOUBLE_EQ(camera.rect.bottom(), 60 - 5.0);
-
     // Cut to W - 24; only the ellipsis replacing the last kept letter may overhang.
     ASSERT_TRUE(camera.text.endsWith(QChar(0x2026)));
     EXPECT_TRUE(longModel.startsWith(camera.text.chopped(1)));
@@ -245,25 +190,8 @@ TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     EXPECT_GT(labelWidth(longModel.left(camera.text.size() + 1)), 300 - 24.0);
 }
 
-TEST_F(KVDisplayViewTest, DrawnStringShowsUp) {
-    m_view.resize(300, 60);
-    m_view.drawString(QString());
-    const QImage blank = m_view.grab().toImage();
-    m_view.drawString(QStringLiteral("HHHHHHHH\nHHHH"));
-    const QImage shown = m_view.grab().toImage();
-    const double ratio = shown.devicePixelRatio();
-    const QRect middle(QPoint(100 * ratio, 15 * ratio), QPoint(200 * ratio, 45 * ratio));
-    EXPECT_GT(differingPixels(blank, shown, middle), 50);
-    // The message leaves its shadow set, so the glare casts one too (at the top edge), while
-    // the left edge below the glare stays as it was.
-    const QRect glareEdge(QPoint(0, 0), QPoint(20 * ratio, 25 * ratio));
-    const QRect plainEdge(QPoint(0, 30 * ratio), QPoint(20 * ratio, 59 * ratio));
-    EXPECT_GT(differingPixels(blank, shown, glareEdge), 0);
-    EXPECT_EQ(differingPixels(blank, shown, plainEdge), 0);
-}
-
-// A missing photo or string draws nothing; no queue reads as a run not yet started; a strip too
-// small for the bar still paints; back to the progress, the view still shows the queue it had.
+// A missing photo or string draws nothing, a message does; no queue or a strip too small for the
+// bar still paints; back to the progress, the view still shows the queue it had.
 TEST_F(KVDisplayViewTest, MissingContentDrawsNothingAndSwitchingKeepsTheQueue) {
     m_view.resize(300, 60);
     const QImage empty = m_view.grab().toImage();
@@ -271,6 +199,8 @@ TEST_F(KVDisplayViewTest, MissingContentDrawsNothingAndSwitchingKeepsTheQueue) {
     EXPECT_EQ(m_view.grab().toImage(), empty);
     m_view.drawString(QString());
     EXPECT_EQ(m_view.grab().toImage(), empty);
+    m_view.drawString(QStringLiteral("HHHH"));
+    EXPECT_NE(m_view.grab().toImage(), empty);
     KVOperationQueue *queue = makeQueue({});
     queue->setIsOperationsCancelled(true);
     for (KVOperationQueue *shown : {static_cast<KVOperationQueue *>(nullptr), queue}) {
