@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Adds N photos through the model, as a drop on the window does, and compares the time with
 // exiftool reading the same few tags of the same folder.
 #include "KVCameraSets.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // How close the synchronization engine comes to the cost of the tool it runs: N photos shifted
 // with one worker and with two, against what starting the tool N times costs on this machine.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The camera list at the size of a big event: 50 cameras of 2,000 photos each. Prints how long
 // the list takes to show, how long a frame takes to paint at the smallest, a middle and the largest
 // zoom, how long one zoom step takes, and how many row widgets and thumbnail items exist, which

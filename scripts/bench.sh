@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Kalvora developers
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds the benchmarks in Release and prints every figure of the
 # import, sync and timeline benchmarks in one table, with its target beside it.
 # Options are passed on: --import-count N (default 2000), --sync-count N (default 200).

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Kalvora developers
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds in Release and opens Kalvora's window: on the given photos or
 # folders, or, with none, on a demo event of four cameras made afresh in the user's data folder.
 set -euo pipefail

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Kalvora developers
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds, and runs every test.
 # KALVORA_SANITIZE=address|thread builds a separate sanitizer build and runs the tests in it.
 set -euo pipefail

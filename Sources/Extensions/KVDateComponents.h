@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 #pragma once
 
 // A calendar step given field by field; a field left at 0 takes no part in the step.

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Kalvora developers
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Starts the real program in a real X window (run under xvfb-run): once on three cameras, saving
 # a picture of the window when they are shown, and once empty while a second launch hands it the
 # photos. Each must show its window, take a picture and quit by itself with status 0.
@@ -11,6 +13,9 @@ export KALVORA_INSTANCE_NAME="kalvora-launch-check-$$"
 photos=("$samples/cameras/Canon_40D.jpg" "$samples/cameras/Nikon_D70.jpg" "$samples/cameras/Pentax_K10D.jpg")
 
 fail() { echo "FAIL: $*" >&2; exit 1; }
+for photo in "${photos[@]}"; do
+    [ -f "$photo" ] || fail "test data missing: $photo"
+done
 # A PNG that is more than a blank window: the thumbnails alone take many kilobytes.
 check_picture() {
     [ -f "$1" ] || fail "no picture at $1"

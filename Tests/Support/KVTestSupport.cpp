@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 #include "KVTestSupport.h"
 
 #include "KVChildProcess.h"
@@ -11,11 +14,16 @@
 
 #include <sys/wait.h>
 
+#include <stdexcept>
+
 namespace KVTest {
 
 QString samplePath(const QString &relative) {
     const QString root = QDir::cleanPath(QStringLiteral(KALVORA_SAMPLES_DIR));
-    return relative.isEmpty() ? root : root + QLatin1Char('/') + relative;
+    const QString path = relative.isEmpty() ? root : root + QLatin1Char('/') + relative;
+    if (!QFileInfo::exists(path))
+        throw std::runtime_error("Test data missing: " + path.toStdString());
+    return path;
 }
 
 QStringList copySamples(const QStringList &relatives, const QString &folder) {
@@ -24,10 +32,12 @@ QStringList copySamples(const QStringList &relatives, const QString &folder) {
     for (const QString &relative : relatives) {
         const QString target = folder + QLatin1Char('/') + QFileInfo(relative).fileName();
         QFile::remove(target);
-        if (QFile::copy(samplePath(relative), target)) {
-            QFile::setPermissions(target, QFile::permissions(target) | QFile::WriteOwner);
-            copies << target;
-        }
+        const QString source = samplePath(relative);
+        if (!QFile::copy(source, target))
+            throw std::runtime_error("Could not copy " + source.toStdString() + " to " +
+                                     target.toStdString());
+        QFile::setPermissions(target, QFile::permissions(target) | QFile::WriteOwner);
+        copies << target;
     }
     return copies;
 }

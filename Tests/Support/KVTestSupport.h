@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 #pragma once
 
 #include <QString>
@@ -7,7 +10,8 @@
 #include <functional>
 
 namespace KVTest {
-// ../shared/samples/<relative>
+// Tests/Data/<relative>; throws, naming the file, when it is missing, so that a test whose data
+// is gone fails with that message instead of crashing on an empty result.
 QString samplePath(const QString &relative = QString());
 // Copies sample files (paths relative to the samples folder) into `folder`; returns the copies.
 QStringList copySamples(const QStringList &relatives, const QString &folder);

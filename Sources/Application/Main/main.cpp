@@ -1,13 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 #include "KVSingleInstance.h"
 #include "KVWindow.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QTimer>
 #include <QTranslator>
+
+#include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -59,6 +66,17 @@ int main(int argc, char **argv) {
     QStringList paths;
     for (const QString &path : parser.positionalArguments())
         paths << QDir::current().absoluteFilePath(path);
+    // A picture of photos that are not there would be waited for in vain.
+    if (parser.isSet(screenshot)) {
+        for (const QString &path : std::as_const(paths)) {
+            if (!QFileInfo::exists(path)) {
+                std::fprintf(
+                    stderr, "kalvora: %s: %s\n", qPrintable(path),
+                    qPrintable(QCoreApplication::translate("main", "No such file or folder.")));
+                return 2;
+            }
+        }
+    }
 
     KVSingleInstance instance(KVSingleInstance::defaultName());
     if (!parser.isSet(newInstance) && instance.handOver(paths))
@@ -82,10 +100,22 @@ int main(int argc, char **argv) {
         // Waits for the photos to be read and shown, then saves the window as it looks.
         const QString file = parser.value(screenshot);
         auto *poll = new QTimer(&window);
-        QObject::connect(poll, &QTimer::timeout, &window, [&window, poll, file] {
+        QObject::connect(poll, &QTimer::timeout, &window, [&window, poll, file, &paths] {
             KVAppDelegate &delegate = window.appDelegate();
-            if (delegate.isProcessingPathes() || delegate.numberOfCamerasInBrowser() == 0)
+            if (delegate.isProcessingPathes())
                 return;
+            if (delegate.numberOfCamerasInBrowser() == 0) {
+                // Photos handed over by a second launch are still to come; given ones were
+                // read and none could be shown.
+                if (paths.isEmpty())
+                    return;
+                std::fprintf(stderr, "kalvora: %s\n",
+                             qPrintable(QCoreApplication::translate(
+                                 "main", "None of the given photos could be shown.")));
+                poll->stop();
+                QCoreApplication::exit(1);
+                return;
+            }
             poll->stop();
             QTimer::singleShot(500, &window, [&window, file] {
                 const bool saved = window.grab().save(file);

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Typesets the manual, written as HTML, into the PDF the application opens from its Help menu.
 // Run at build time, without a screen: kalvora-make-manual <manual.html> <output.pdf>
 
