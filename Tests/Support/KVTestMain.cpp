@@ -13,7 +13,27 @@ using KVTestApplication = QCoreApplication;
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace {
+// As root the tests mount tmpfs volumes. They do so in a mount namespace of this process's own,
+// so a test that crashes never leaves a mount behind on the machine, and no other test process
+// sees its unmounts.
+void enterPrivateMountNamespace() {
+    if (geteuid() != 0)
+        return;
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        std::perror("tests: no private mount namespace");
+}
+} // namespace
+
 int main(int argc, char **argv) {
+    enterPrivateMountNamespace();
     // Tests never touch a real user's settings.
     QStandardPaths::setTestModeEnabled(true);
     // Widgets are drawn without a screen unless a test run asks for one.
