@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include <sys/types.h>
+
+// The photo a write is meant for: its path and the file it was when it was added, so that a
+// file swapped in under the same name (a link above all) is never written through.
+struct KVPhotoIdentity {
+    QString path;
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+
+// What one write did to one photo. The photo is, after every outcome, either its old bytes
+// (NotChanged, Cancelled) or its new bytes (Changed), never anything in between.
+struct KVWriteOutcome {
+    enum class Status { Changed, NotChanged, Cancelled };
+    Status status = Status::NotChanged;
+    // The capture date as it was read under the photo's lock, and as it was (or would have
+    // been) written, both as EXIF text "yyyy:MM:dd HH:mm:ss"; empty when it could not be read.
+    QString oldDateText;
+    QString newDateText;
+    // Why it did not change, in the user's words (the tool's own message where it gave one).
+    QString reason;
+    // Where the photo is after the write (the same path; kept for the records that follow it).
+    QString path;
+    bool changed() const { return status == Status::Changed; }
+};
+
+// Writes capture dates into photos through one external tool process that stays open across
+// photos. One writer per worker thread; a writer is used by one thread at a time, except
+// cancel(), which any thread may call.
+//
+// Every write: takes an exclusive advisory lock (flock) on the photo, checks that the photo is
+// still the file of `identity` (device, inode, not a link), reads its capture date, computes
+// the new one (wall-clock text plus seconds, no time zone), asks `willChange` (the journal's
+// hook: it records old and new text durably and returns false to stop), has the tool write a
+// hidden, exclusively created file in the photo's folder, fsyncs and checks it (non-empty,
+// all six date tags read back at the new date), and renames it over the photo, keeping its
+// permissions and, where allowed, owner and group. Any failure before the rename removes the
+// hidden file and leaves the photo untouched.
+class KVPhotoWriter {
+public:
+    using WillChange = std::function<bool(const QString &oldDateText, const QString &newDateText)>;
+
+    explicit KVPhotoWriter(const QString &toolPath);
+    ~KVPhotoWriter();
+    KVPhotoWriter(const KVPhotoWriter &) = delete;
+    KVPhotoWriter &operator=(const KVPhotoWriter &) = delete;
+
+    // Shifts the photo's dates by `seconds`. With `expectedOldDateText` set (undo, redo,
+    // change-back, recovery), a photo whose current date is not that text is left alone and
+    // reported as not changed.
+    KVWriteOutcome shiftDates(const KVPhotoIdentity &identity, qint64 seconds,
+                              const WillChange &willChange = {},
+                              const std::optional<QString> &expectedOldDateText = std::nullopt);
+
+    // Ends the write in progress now (the tool's process group gets SIGTERM, then SIGKILL
+    // after 2 s); that write returns Cancelled with the photo intact, and so does every later
+    // one until reset().
+    void cancel();
+    void reset();
+
+    // Removes the hidden files an interrupted write may have left in `folder`.
+    static void removeLeftovers(const QString &folder);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+// Whether every file system holding these photos has room for one temporary copy of its
+// largest photo per worker, plus a margin. The problem in the user's words (naming the folder
+// and the space needed), or nothing when there is room.
+std::optional<QString> KVCheckRoomToWrite(const QStringList &photoPaths, int workers);
