@@ -228,7 +228,7 @@ TEST(KVCameraBrowserGroupImageDeathTest, MoreThanThreeIsAProgrammingError) {
     EXPECT_DEATH(KVCameraBrowser::newImageFromProviders(
                      {card(Qt::red), card(Qt::red), card(Qt::red), card(Qt::red)}),
                  "\\[providers count\\] <= kKVGroupThumbnailImagesCount.*"
-                 "Sources/CameraBrowser/KVCameraBrowser\\.cpp, line 295");
+                 "Sources/CameraBrowser/KVCameraBrowser\\.cpp, line [0-9]+");
 }
 
 } // namespace

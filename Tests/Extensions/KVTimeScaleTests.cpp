@@ -180,7 +180,7 @@ TEST(KVTimeScaleDeathTest, ImpossibleUnitsStopWithTheAssertionText) {
     const std::string step =
         "Assertion failed: \\(0\\), function \\+\\[NSCalendar\\(KVExtensions\\) "
         "oneComponentForKVCalendarUnit:\\], file "
-        "Sources/Extensions/KVCalendarExtensions\\.cpp, line 49\\.";
+        "Sources/Extensions/KVCalendarExtensions\\.cpp, line [0-9]+\\.";
     for (quint64 value : {0, 12, 0x10000000}) {
         SCOPED_TRACE(value);
         EXPECT_DEATH(oneComponentForKVCalendarUnit(static_cast<KVCalendarUnit>(value)), step);
