@@ -1,48 +1,55 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// How close the synchronization engine comes to the cost of the tool it runs: N photos shifted
-// with one worker and with two, against what starting the tool N times costs on this machine.
+// How the whole sync path compares with the best the tool can do alone: N large camera JPEGs
+// shifted through the operation queue as one camera and as four, against one tool process that
+// writes the same six tags to the same files in one batch; and the peak memory it took.
 
-#include "KVDateWriter.h"
+#include "KVChildProcess.h"
+#include "KVDateTags.h"
 #include "KVImageFile.h"
 #include "KVOperationQueue.h"
+#include "KVPhotoWriter.h"
 #include "KVSynchronizationOperation.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 
-#include <atomic>
+#include <exiv2/exiv2.hpp>
+
 #include <cstdio>
-#include <thread>
+#include <map>
 #include <vector>
 
 namespace {
 
 struct Options {
-    int count = 200;
-    int starts = 20;
-    int operations = 4;
+    int count = 100;
+    int width = 6000;
+    int height = 4000;
+    QString folder; // where the photos are made; a fresh temporary folder when empty
     QString tool = QStringLiteral(KALVORA_EXIFTOOL);
 };
 
 bool parseOptions(const QStringList &arguments, Options *options) {
-    for (int i = 0; i < arguments.size(); ++i) {
+    for (int i = 0; i + 1 < arguments.size(); i += 2) {
         const QString &argument = arguments.at(i);
-        if (i + 1 >= arguments.size())
-            return false;
-        const QString value = arguments.at(++i);
+        const QString &value = arguments.at(i + 1);
         bool ok = true;
         if (argument == QLatin1String("--count"))
             options->count = value.toInt(&ok);
-        else if (argument == QLatin1String("--starts"))
-            options->starts = value.toInt(&ok);
-        else if (argument == QLatin1String("--operations"))
-            options->operations = value.toInt(&ok);
+        else if (argument == QLatin1String("--width"))
+            options->width = value.toInt(&ok);
+        else if (argument == QLatin1String("--height"))
+            options->height = value.toInt(&ok);
+        else if (argument == QLatin1String("--folder"))
+            options->folder = value;
         else if (argument == QLatin1String("--tool"))
             options->tool = value;
         else
@@ -50,177 +57,215 @@ bool parseOptions(const QStringList &arguments, Options *options) {
         if (!ok)
             return false;
     }
-    return options->count > 0 && options->starts > 0 && options->operations >= 2;
+    return arguments.size() % 2 == 0 && options->count > 0 && options->width > 0 &&
+           options->height > 0;
 }
 
-// The sample photos that have a capture date, copied round-robin up to count files.
-std::vector<KVImageFileRef> makePhotos(const QString &folder, int count) {
-    const QDir samples(QStringLiteral(KALVORA_SAMPLES_DIR "/cameras"));
-    QStringList sources;
-    for (const QString &name : samples.entryList({QStringLiteral("*.jpg")}, QDir::Files)) {
-        if (KVImageFile::initWithURL(QUrl::fromLocalFile(samples.filePath(name))))
-            sources << samples.filePath(name);
+// A picture with the detail of a real one (gradients, shapes and sensor-like noise), so that
+// the JPEG has the size a camera's has.
+QImage detailedPicture(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    QLinearGradient sky(0, 0, width, height);
+    sky.setColorAt(0, QColor(40, 90, 160));
+    sky.setColorAt(1, QColor(220, 180, 120));
+    QPainter painter(&image);
+    painter.fillRect(image.rect(), sky);
+    QRandomGenerator random(20261123);
+    for (int i = 0; i < 400; ++i) {
+        painter.setBrush(QColor::fromRgb(random.generate() | 0xff000000));
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(QPoint(random.bounded(width), random.bounded(height)),
+                            random.bounded(20, 400), random.bounded(20, 400));
     }
-    std::vector<KVImageFileRef> photos;
-    for (int i = 0; !sources.isEmpty() && i < count; ++i) {
-        const QString source = sources.at(i % sources.size());
-        const QString target = QStringLiteral("%1/%2-%3")
-                                   .arg(folder)
-                                   .arg(i, 4, 10, QLatin1Char('0'))
-                                   .arg(QFileInfo(source).fileName());
-        if (!QFile::copy(source, target))
-            continue;
-        QFile::setPermissions(target, QFile::permissions(target) | QFile::WriteOwner);
-        if (KVImageFileRef photo = KVImageFile::initWithURL(QUrl::fromLocalFile(target)))
-            photos.push_back(photo);
+    painter.end();
+    for (int y = 0; y < height; ++y) {
+        auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const int noise = int(random.bounded(28u)) - 14;
+            const QRgb p = line[x];
+            line[x] = qRgb(qBound(0, qRed(p) + noise, 255), qBound(0, qGreen(p) + noise, 255),
+                           qBound(0, qBlue(p) + noise, 255));
+        }
     }
-    return photos;
+    return image;
 }
 
-// Mean seconds of one bare start of the tool, through the runner the writer uses.
-double meanToolStart(const QString &tool, int starts) {
-    const QByteArray command = "\"" + QFile::encodeName(tool) + "\" -ver";
-    // The output is read as the writer reads it: a tool whose pipe is closed unread may die
-    // of SIGPIPE before it has said anything.
-    char output[kKVOutputBufferSize];
-    int length = 0;
-    KVRunShellCommand(command.constData(), output, &length); // warms the file cache
-    QElapsedTimer clock;
-    clock.start();
-    for (int i = 0; i < starts; ++i) {
-        if (KVRunShellCommand(command.constData(), output, &length) != 0)
-            return -1;
+// The camera's EXIF block put into the made JPEG, with the model naming one of the cameras.
+bool copyCameraExif(const QString &camera, const QString &target, const QString &model) {
+    try {
+        Exiv2::Image::AutoPtr source = Exiv2::ImageFactory::open(camera.toStdString());
+        source->readMetadata();
+        Exiv2::ExifData exif = source->exifData();
+        // The picture's own size, and no embedded thumbnail of another picture.
+        exif["Exif.Photo.PixelXDimension"] = uint32_t(0);
+        exif["Exif.Image.Model"] = model.toStdString();
+        Exiv2::ExifThumb(exif).erase();
+        Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(target.toStdString());
+        image->readMetadata();
+        image->setExifData(exif);
+        image->writeMetadata();
+        return true;
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "kalvora-bench-sync: %s\n", error.what());
+        return false;
     }
-    return clock.nsecsElapsed() / 1e9 / starts;
 }
 
-// Seconds per photo of the tool's own date write, without the engine around it, with the given
-// number of threads writing at once (each on its own file): what the machine itself can do.
-double meanToolWrite(const QString &folder, const QString &sample, int runs, int threads) {
-    std::vector<QByteArray> paths;
-    for (int t = 0; t < threads; ++t) {
-        const QString path = QStringLiteral("%1/probe-%2.jpg").arg(folder).arg(t);
-        QFile::remove(path);
-        QFile::copy(sample, path);
-        QFile::setPermissions(path, QFile::permissions(path) | QFile::WriteOwner);
-        paths.push_back(QFile::encodeName(path));
-    }
-    std::atomic<bool> failed{false};
-    QElapsedTimer clock;
-    clock.start();
-    std::vector<std::thread> writers;
-    for (int t = 0; t < threads; ++t) {
-        writers.emplace_back([&, t] {
-            for (int i = 0; i < runs; ++i) {
-                if (KVWriteDatesWithTool(paths[t].constData(), "2011:01:02 03:04:05", 0, 1) != 0)
-                    failed = true;
-            }
-        });
-    }
-    for (std::thread &writer : writers)
-        writer.join();
-    return failed ? -1 : clock.nsecsElapsed() / 1e9 / (runs * threads);
+QString photoPath(const QString &folder, int index) {
+    return QStringLiteral("%1/IMG_%2.jpg").arg(folder).arg(index, 4, 10, QChar('0'));
 }
 
-struct RunResult {
-    double seconds = 0;
-    qint64 changed = 0;
-};
+// One picture made and compressed once; its copies carry the camera's EXIF, a quarter of them
+// for each of four cameras.
+int makePhotos(const QString &folder, int count, int width, int height) {
+    const QString camera = QStringLiteral(KALVORA_SAMPLES_DIR "/cameras/Canon_40D.jpg");
+    const QString master = folder + QStringLiteral("/master.jpg");
+    if (!detailedPicture(width, height).save(master, "JPEG", 92)) {
+        std::fputs("kalvora-bench-sync: the picture could not be saved\n", stderr);
+        return 1;
+    }
+    for (int i = 0; i < count; ++i) {
+        const QString path = photoPath(folder, i);
+        if (!QFile::copy(master, path) ||
+            !copyCameraExif(camera, path, QStringLiteral("Camera %1").arg(i * 4 / count + 1)))
+            return 1;
+    }
+    QFile::remove(master);
+    return 0;
+}
 
-// Shifts every photo once, split over several operations so that each worker has some.
-RunResult shift(const std::vector<KVImageFileRef> &photos, int workers, int operations,
-                double interval) {
-    std::vector<std::vector<KVImageFileRef>> parts(static_cast<size_t>(operations));
+qint64 peakResidentKilobytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong();
+    }
+    return -1;
+}
+
+// Shifts every photo once through the queue, the photos of each camera in one operation.
+double shiftThroughQueue(const std::vector<KVImageFileRef> &photos, int cameras, double interval,
+                         qint64 *changed) {
+    std::vector<std::vector<KVImageFileRef>> parts(static_cast<size_t>(cameras));
     for (size_t i = 0; i < photos.size(); ++i)
-        parts[i % parts.size()].push_back(photos[i]);
-
+        parts[i * parts.size() / photos.size()].push_back(photos[i]);
     KVOperationQueue queue;
-    queue.setMaxConcurrentOperationCount(workers);
     queue.reset();
     queue.setOperationType(KVOperationTypeSync);
-    std::vector<KVSynchronizationOperationRef> registered;
+    std::vector<KVSynchronizationOperationRef> operations;
     for (const auto &part : parts) {
-        registered.push_back(std::make_shared<KVSynchronizationOperation>(interval, part));
-        queue.addSynchronizationOperation(registered.back());
+        operations.push_back(std::make_shared<KVSynchronizationOperation>(interval, part));
+        queue.addSynchronizationOperation(operations.back());
     }
     QElapsedTimer clock;
     clock.start();
     queue.startSynchronization();
     queue.waitUntilAllOperationsAreFinished();
-    RunResult result;
-    result.seconds = clock.nsecsElapsed() / 1e9;
-    for (const auto &operation : registered)
-        result.changed += static_cast<qint64>(operation->doneImageFiles().size());
-    return result;
+    const double seconds = clock.nsecsElapsed() / 1e9;
+    *changed = 0;
+    for (const auto &operation : operations)
+        *changed += static_cast<qint64>(operation->doneImageFiles().size());
+    return seconds;
+}
+
+// One tool process writing the six tags to every photo, as a user would run it by hand.
+double toolBatch(const QString &tool, const std::vector<KVImageFileRef> &photos, bool *ok) {
+    std::vector<std::string> arguments{QFile::encodeName(tool).toStdString(),
+                                       "-overwrite_original"};
+    for (const std::string &argument : KVDateTags::toolArguments("2011:01:02 03:04:05"))
+        arguments.push_back(argument);
+    for (const KVImageFileRef &photo : photos)
+        arguments.push_back(QFile::encodeName(photo->path()).toStdString());
+    QElapsedTimer clock;
+    clock.start();
+    KVChildProcess process;
+    *ok = process.start(arguments);
+    const std::string output = process.readAll();
+    *ok = *ok && process.wait() == 0;
+    const double seconds = clock.nsecsElapsed() / 1e9;
+    if (!*ok)
+        std::fprintf(stderr, "kalvora-bench-sync: the batch failed: %s\n", output.c_str());
+    return seconds;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
     QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == QLatin1String("--make-photos"))
+        return makePhotos(arguments.value(2), arguments.value(3).toInt(),
+                          arguments.value(4).toInt(), arguments.value(5).toInt());
     Options options;
     if (!parseOptions(QCoreApplication::arguments().mid(1), &options)) {
-        std::fputs("usage: kalvora-bench-sync [--count N] [--starts M] [--operations K] "
-                   "[--tool PATH]\n",
+        std::fputs("usage: kalvora-bench-sync [--count N] [--width W] [--height H] "
+                   "[--folder PATH] [--tool PATH]\n",
                    stderr);
         return 2;
     }
-    const QByteArray tool = QFile::encodeName(options.tool);
-    KVSetToolPath(tool.constData());
-
-    QTemporaryDir folder;
-    if (!folder.isValid()) {
-        std::fputs("kalvora-bench-sync: no temporary folder\n", stderr);
+    KVSetToolPath(options.tool);
+    QTemporaryDir temporary(options.folder.isEmpty() ? QDir::tempPath() + "/kalvora-bench-XXXXXX"
+                                                     : options.folder + "/kalvora-bench-XXXXXX");
+    if (!temporary.isValid()) {
+        std::fputs("kalvora-bench-sync: no folder for the photos\n", stderr);
         return 1;
     }
-    // The writer's own copies go there too, and vanish with it.
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(folder.path()));
-    const QString photosFolder = folder.filePath(QStringLiteral("photos"));
-    QDir().mkpath(photosFolder);
-    const std::vector<KVImageFileRef> photos = makePhotos(photosFolder, options.count);
+    // Made by a process of its own, so that the picture's pixels do not count in the peak.
+    KVChildProcess maker;
+    const std::vector<std::string> makerArguments{
+        QFile::encodeName(QCoreApplication::applicationFilePath()).toStdString(),
+        "--make-photos",
+        QFile::encodeName(temporary.path()).toStdString(),
+        std::to_string(options.count),
+        std::to_string(options.width),
+        std::to_string(options.height)};
+    if (!maker.start(makerArguments) ||
+        (std::fputs(maker.readAll().c_str(), stderr), maker.wait()) != 0)
+        return 1;
+    std::vector<KVImageFileRef> photos;
+    for (int i = 0; i < options.count; ++i) {
+        if (KVImageFileRef photo =
+                KVImageFile::initWithURL(QUrl::fromLocalFile(photoPath(temporary.path(), i))))
+            photos.push_back(photo);
+    }
     if (static_cast<int>(photos.size()) != options.count) {
-        std::fprintf(stderr, "kalvora-bench-sync: only %zu of %d photos could be made\n",
-                     photos.size(), options.count);
+        std::fputs("kalvora-bench-sync: the photos have no readable date\n", stderr);
         return 1;
     }
-    const double start = meanToolStart(options.tool, options.starts);
-    const double writes[] = {
-        meanToolWrite(folder.path(), photos.front()->path(), options.starts, 1),
-        meanToolWrite(folder.path(), photos.front()->path(), options.starts, 2)};
-    if (start <= 0 || writes[0] <= 0 || writes[1] <= 0) {
-        std::fprintf(stderr, "kalvora-bench-sync: %s does not run\n", tool.constData());
-        return 1;
-    }
+    const qint64 size = QFileInfo(photos.front()->path()).size();
+    std::map<QString, QString> before;
+    for (const KVImageFileRef &photo : photos)
+        before[photo->path()] = KVDateTags::read(photo->path())->captureDateText();
 
-    const int n = options.count;
-    std::printf("%d photos, %d operations, tool %s\n", n, options.operations, tool.constData());
-    std::printf("tool start (-ver, mean of %d): %7.1f ms\n", options.starts, start * 1000);
-    std::printf("tool date write, 1 at a time:  %7.1f ms per photo\n", writes[0] * 1000);
-    std::printf("tool date write, 2 at a time:  %7.1f ms per photo (%.2fx)\n\n", writes[1] * 1000,
-                writes[0] / writes[1]);
-    std::printf("%-8s %9s %9s %11s %13s %13s %9s\n", "workers", "time s", "photos/s", "bound s",
-                "overhead", "over write", "speed-up");
-    double oneWorker = 0;
-    bool allChanged = true;
-    for (int workers : {1, 2}) {
-        // The second run moves the dates back, so the files end as they began.
-        const RunResult run =
-            shift(photos, workers, options.operations, workers == 1 ? 3600 : -3600);
-        allChanged = allChanged && run.changed == n;
-        if (workers == 1)
-            oneWorker = run.seconds;
-        const double bound = n * start / workers;
-        const double writeBound = n * writes[workers - 1];
-        std::printf("%-8d %9.2f %9.2f %11.2f %12.1f%% %12.1f%% %8.2fx\n", workers, run.seconds,
-                    n / run.seconds, bound, (run.seconds - bound) / bound * 100,
-                    (run.seconds - writeBound) / writeBound * 100, oneWorker / run.seconds);
+    qint64 changedOne = 0;
+    qint64 changedFour = 0;
+    const double one = shiftThroughQueue(photos, 1, 60, &changedOne);
+    const double four = shiftThroughQueue(photos, 4, 60, &changedFour);
+    int exact = 0;
+    for (const KVImageFileRef &photo : photos) {
+        const std::optional<KVDateTags> tags = KVDateTags::read(photo->path());
+        if (tags && tags->allAre(KVDateTags::shifted(before[photo->path()], 120)))
+            ++exact;
     }
-    std::printf("\nbound = photos x tool start / workers; overhead = time over that bound;\n"
-                "over write = time over the same photos written by the bare tool, as many at a\n"
-                "time as there are workers (the engine and the writer's own copying).\n");
-    if (!allChanged) {
-        std::fputs("kalvora-bench-sync: some photos were not changed\n", stderr);
+    bool batchOk = false;
+    const double batch = toolBatch(options.tool, photos, &batchOk);
+    if (!batchOk)
         return 1;
-    }
-    return 0;
+
+    std::printf("%d photos of %d x %d px, %.1f MB each, camera EXIF of %s\n", options.count,
+                options.width, options.height, size / 1e6, "Canon_40D.jpg");
+    std::printf("one camera:                  %8.2f s  (%lld changed)\n", one,
+                static_cast<long long>(changedOne));
+    std::printf("four cameras:                %8.2f s  (%lld changed)\n", four,
+                static_cast<long long>(changedFour));
+    std::printf("exact after both runs:       %8d photos of %d\n", exact, options.count);
+    std::printf("exiftool batch, one process: %8.2f s\n", batch);
+    std::printf("one camera / batch:          %8.2f\n", one / batch);
+    std::printf("four cameras / batch:        %8.2f\n", four / batch);
+    std::printf("peak memory (VmHWM):         %8.1f MB\n", peakResidentKilobytes() / 1024.0);
+    return changedOne == options.count && changedFour == options.count && exact == options.count
+               ? 0
+               : 1;
 }

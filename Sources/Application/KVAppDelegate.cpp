@@ -3,7 +3,7 @@
 
 #include "KVAppDelegate.h"
 
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVDispatch.h"
 #include "KVFileReportContent.h"
 #include "KVLog.h"

@@ -40,6 +40,10 @@ QString describe(const QVariantMap &exif) {
 KVImageFileRef KVImageFile::initWithURL(const QUrl &url) {
     KVImageFileRef file(new KVImageFile);
     file->m_path = url.toLocalFile();
+    if (const std::optional<KVPhotoIdentity> identity = KVPhotoWriter::identityOf(file->m_path)) {
+        file->m_device = identity->device;
+        file->m_inode = identity->inode;
+    }
     file->m_exif = exifFromURL(url).value_or(QVariantMap());
     KVFileCoordinator::addFilePresenter(file);
     file->m_registered = true;
@@ -135,6 +139,17 @@ void KVImageFile::setUrl(const QUrl &url) {
 QString KVImageFile::path() const {
     std::lock_guard lock(m_propertyMutex);
     return m_path;
+}
+
+KVPhotoIdentity KVImageFile::identity() const {
+    std::lock_guard lock(m_propertyMutex);
+    return KVPhotoIdentity{m_path, m_device, m_inode};
+}
+
+void KVImageFile::setIdentity(const KVPhotoIdentity &identity) {
+    std::lock_guard lock(m_propertyMutex);
+    m_device = identity.device;
+    m_inode = identity.inode;
 }
 
 QString KVImageFile::name() const {

@@ -6,6 +6,7 @@
 #include "KVFilePresenter.h"
 #include "KVImageDataSource.h"
 #include "KVObservable.h"
+#include "KVPhotoWriter.h"
 #include "KVThumbnail.h"
 
 #include <QVariantMap>
@@ -72,8 +73,18 @@ public:
     // Whoever changes the record or its file holds this lock.
     std::recursive_mutex &lock() const { return m_lock; }
 
-    // Writes the new capture date into the file through the external tool.
+    // The file this record stands for: its path and the device and inode it had when it was
+    // added (or when this program last replaced it). A write goes only to that file.
+    KVPhotoIdentity identity() const;
+    void setIdentity(const KVPhotoIdentity &identity);
+
+    // Writes the new capture date into the file through the external tool, atomically (see
+    // KVPhotoWriter), with one writer and tool per calling thread.
     void setCreationDate(const QDateTime &date, bool *isSucceed);
+    // The same through the given writer; the outcome says what happened to the file.
+    KVWriteOutcome shiftCreationDate(KVPhotoWriter &writer, qint64 seconds,
+                                     const KVPhotoWriter::WillChange &willChange = {},
+                                     const std::optional<QString> &expectedOldDateText = {});
 
     // KVFilePresenter
     QString presentedItemPath() const override { return path(); }
@@ -84,6 +95,8 @@ private:
 
     mutable std::mutex m_propertyMutex;
     QString m_path; // empty for a record set by hand
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
     QVariantMap m_exif;
     KVThumbnail m_thumbnail;
     bool m_registered = false;

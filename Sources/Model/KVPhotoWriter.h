@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,8 +34,16 @@ struct KVWriteOutcome {
     QString reason;
     // Where the photo is after the write (the same path; kept for the records that follow it).
     QString path;
+    // The file at that path afterwards. A change replaces the file, so its inode is new: a
+    // record must take this identity over, or its next write (undo, change-back) is refused
+    // as "replaced".
+    KVPhotoIdentity identity;
     bool changed() const { return status == Status::Changed; }
 };
+
+// The tool every writer of this process starts unless told otherwise (set once at launch).
+void KVSetToolPath(const QString &path);
+QString KVToolPath();
 
 // Writes capture dates into photos through one external tool process that stays open across
 // photos. One writer per worker thread; a writer is used by one thread at a time, except
@@ -48,11 +57,22 @@ struct KVWriteOutcome {
 // all six date tags read back at the new date), and renames it over the photo, keeping its
 // permissions and, where allowed, owner and group. Any failure before the rename removes the
 // hidden file and leaves the photo untouched.
+//
+// The hidden file lives in a private folder (mode 0700, named `leftoverPrefix` plus six random
+// characters) made afresh in the photo's folder for each write. The tool reads the photo
+// through the descriptor the checks were made on (/proc/<pid>/fd/<n>), so it reads exactly the
+// file that was checked, and no name (4,000 bytes, newlines, quotes) is ever handed to it.
+//
+// The per-photo lock keeps two writers off one photo, but two runs could still interleave
+// photo by photo. A run takes KVFolderLocks on its folders for its whole length so that runs
+// over the same photos come one after the other; the second should read its photos'
+// identities only once it holds the locks, or every photo the first one changed is reported
+// as "The file was replaced during syncing.".
 class KVPhotoWriter {
 public:
     using WillChange = std::function<bool(const QString &oldDateText, const QString &newDateText)>;
 
-    explicit KVPhotoWriter(const QString &toolPath);
+    explicit KVPhotoWriter(const QString &toolPath = KVToolPath());
     ~KVPhotoWriter();
     KVPhotoWriter(const KVPhotoWriter &) = delete;
     KVPhotoWriter &operator=(const KVPhotoWriter &) = delete;
@@ -70,8 +90,23 @@ public:
     void cancel();
     void reset();
 
-    // Removes the hidden files an interrupted write may have left in `folder`.
+    // The time the tool may take for one photo before it is killed and the photo reported as
+    // not changed: `base` plus `perMebibyte` for every MiB of the photo.
+    void setTimeLimit(std::chrono::milliseconds base, std::chrono::milliseconds perMebibyte);
+    // How long a write waits for another writer's lock on the photo before it gives up.
+    void setLockWait(std::chrono::milliseconds wait);
+
+    // The identity of the file at `path` now (the link itself when it is one); nothing when
+    // it cannot be read.
+    static std::optional<KVPhotoIdentity> identityOf(const QString &path);
+
+    // Removes the hidden files an interrupted write may have left in `folder`: folders named
+    // `leftoverPrefix` followed by six characters, owned by this user, that no writer holds
+    // (each writer keeps an flock on its folder while it works in it). Nothing else is touched.
     static void removeLeftovers(const QString &folder);
+    static constexpr const char *leftoverPrefix = ".kalvora-write-";
+    // Whether a file name is one of those hidden folders (for listings that must skip them).
+    static bool isLeftoverName(const QString &name);
 
 private:
     struct Private;

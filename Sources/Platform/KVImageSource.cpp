@@ -38,17 +38,6 @@ void lockXmpToolkit(void *data, bool lock) {
         mutex->unlock();
 }
 
-// Once per process: Exiv2 writes nothing to standard error, and its XMP toolkit, which is not
-// safe to set up from several threads, is set up here with a lock for its shared tables.
-void initializeLibraries() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-        static std::recursive_mutex xmpMutex;
-        Exiv2::XmpParser::initialize(lockXmpToolkit, &xmpMutex);
-    });
-}
-
 // ---- Decoding -------------------------------------------------------------------------------
 
 int longerSide(QSize size) {
@@ -120,6 +109,17 @@ bool isRawByName(const QString &path) {
 } // namespace
 
 // ---- KVImageSource --------------------------------------------------------------------------
+
+void KVImageSource::initializeLibraries() {
+    // Exiv2 writes nothing to standard error, and its XMP toolkit, which is not safe to set up
+    // from several threads, is set up once with a lock for its shared tables.
+    static std::once_flag once;
+    std::call_once(once, [] {
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+        static std::recursive_mutex xmpMutex;
+        Exiv2::XmpParser::initialize(lockXmpToolkit, &xmpMutex);
+    });
+}
 
 struct KVImageSource::Private {
     enum class Metadata { unread, read, failed };

@@ -31,6 +31,8 @@ public:
     static std::unique_ptr<KVImageSource> createWithPath(const QString &path);
     // The MIME types this reader can read (the platform's list of readable type identifiers).
     static QStringList copyTypeIdentifiers();
+    // Once per process, before any other use of Exiv2 (every reader here calls it).
+    static void initializeLibraries();
 
     static const QString exifDictionaryKey; // "{Exif}"
     static const QString tiffDictionaryKey; // "{TIFF}"

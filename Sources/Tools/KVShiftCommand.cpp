@@ -3,7 +3,7 @@
 
 #include "KVCommandLine.h"
 
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVDispatch.h"
 #include "KVRunProgress.h"
 #include "KVOperationQueue.h"

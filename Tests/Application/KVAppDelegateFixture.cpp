@@ -4,7 +4,7 @@
 #include "KVAppDelegateFixture.h"
 
 #include "KVChildProcess.h"
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
@@ -70,36 +70,20 @@ QString KVAppDelegateFixture::dateOnDisk(const QString &path) {
 }
 
 QString KVAppDelegateFixture::slowTool(double seconds) {
-    const QString path = m_root.filePath("slow-exiftool");
-    QFile tool(path);
-    EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
-    tool.write(QStringLiteral("#!/bin/sh\nsleep %1\nexec \"%2\" \"$@\"\n")
-                   .arg(seconds)
-                   .arg(QStringLiteral(KALVORA_EXIFTOOL))
-                   .toUtf8());
-    tool.close();
-    tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return path;
+    return KVTest::writeFakeTool(m_root.filePath("slow-exiftool"),
+                                 QStringLiteral("sleep %1").arg(seconds));
 }
 
 QString KVAppDelegateFixture::gatedTool(const QString &gate) {
-    const QString path = m_root.filePath("gated-exiftool");
-    QFile tool(path);
-    EXPECT_TRUE(tool.open(QIODevice::WriteOnly));
     // The first photo always goes through; every later one says so and waits while the gate is
     // there.
-    tool.write(QStringLiteral("#!/bin/sh\n"
-                              "if [ -e \"%1.passed\" ]; then\n"
-                              "    : > \"%1.waiting\"\n"
-                              "    while [ -e \"%1\" ]; do sleep 0.05; done\n"
-                              "fi\n"
-                              ": > \"%1.passed\"\n"
-                              "exec \"%2\" \"$@\"\n")
-                   .arg(gate, QStringLiteral(KALVORA_EXIFTOOL))
-                   .toUtf8());
-    tool.close();
-    tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return path;
+    return KVTest::writeFakeTool(m_root.filePath("gated-exiftool"),
+                                 QStringLiteral("if [ -e \"%1.passed\" ]; then\n"
+                                                "    : > \"%1.waiting\"\n"
+                                                "    while [ -e \"%1\" ]; do sleep 0.05; done\n"
+                                                "fi\n"
+                                                ": > \"%1.passed\"")
+                                     .arg(gate));
 }
 
 bool KVAppDelegateFixture::waitForRunToEnd() {

@@ -3,7 +3,7 @@
 
 #include "KVAppDelegateFixture.h"
 
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVTestSupport.h"
 
 #include <QCoreApplication>

@@ -78,4 +78,34 @@ int runProgram(const QString &program, const QStringList &arguments, QByteArray 
     return status >= 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+QString writeFakeTool(const QString &path, const QString &snippet) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    file.write(QString(R"(#!/bin/sh
+request="$0.request.$$"
+n=0
+: > "$request"
+while IFS= read -r line; do
+    case "$line" in
+    -execute*)
+        n=$((n + 1))
+        refuse=
+        %1
+        if [ -z "$refuse" ]; then '%2' -@ "$request"; else echo "Error: $refuse"; fi
+        : > "$request"
+        echo "{ready${line#-execute}}"
+        ;;
+    *) printf '%s\n' "$line" >> "$request" ;;
+    esac
+done
+rm -f "$request"
+)")
+                   .arg(snippet, QStringLiteral(KALVORA_EXIFTOOL))
+                   .toUtf8());
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
 } // namespace KVTest

@@ -23,4 +23,9 @@ QByteArray readFile(const QString &path);
 // its exit status, or -1 when it could not start or did not exit normally. Spawned without a
 // fork of the test process, which ThreadSanitizer cannot follow.
 int runProgram(const QString &program, const QStringList &arguments, QByteArray *output = nullptr);
+// Writes an executable stand-in for the tool at `path` that talks like the real one kept open
+// (one request per photo, answered with "{readyN}") and hands each request to the real tool.
+// Before each photo it runs the shell `snippet`, which sees the photo's number (from 1, per
+// tool process) in $n and may set $refuse to a message: the photo is then refused with it.
+QString writeFakeTool(const QString &path, const QString &snippet);
 } // namespace KVTest

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVOperationQueue.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
@@ -85,15 +85,16 @@ QSet<QString> donePaths(const Operations &operations, bool notChanged = false) {
     return paths;
 }
 
-// The first %4 runs go through to the real tool (%2); later ones wait for the gate (%1), then fail
-// untouched; once it is open, runs go straight through. mkdir draws each run's ticket atomically.
-const char gatedScript[] = R"(#!/bin/sh
-if [ -e '%1' ]; then exec '%2' "$@"; fi
-i=0; while ! mkdir '%3'/$i 2>/dev/null; do i=$((i+1)); done
-if [ $i -lt %4 ]; then exec '%2' "$@"; fi
-n=0; while [ ! -e '%1' ] && [ $n -lt 6000 ]; do sleep 0.01; n=$((n+1)); done
-echo 'refused by the test' >&2; exit 1
-)";
+// The first %3 photos go through to the real tool; later ones wait for the gate (%1), then are
+// refused untouched; once it is open, photos go straight through. mkdir draws each photo's ticket
+// atomically.
+const char gatedSnippet[] = R"(if [ ! -e '%1' ]; then
+    i=0; while ! mkdir '%2'/$i 2>/dev/null; do i=$((i+1)); done
+    if [ $i -ge %3 ]; then
+        m=0; while [ ! -e '%1' ] && [ $m -lt 6000 ]; do sleep 0.01; m=$((m+1)); done
+        refuse='refused by the test'
+    fi
+fi)";
 
 // The queue is destroyed after TearDown has opened the gate.
 class KVSynchronizationTest : public ::testing::Test {
@@ -122,15 +123,11 @@ protected:
     static void useTool(const QString &path) { KVSetToolPath(QFile::encodeName(path).constData()); }
     void useGatedTool(int passing) {
         QDir().mkpath(m_folder.filePath("tickets"));
-        QFile tool(m_folder.filePath("gated-tool"));
-        ASSERT_TRUE(tool.open(QIODevice::WriteOnly));
-        tool.write(
-            QString(gatedScript)
-                .arg(m_folder.filePath("gate"), KALVORA_EXIFTOOL, m_folder.filePath("tickets"))
-                .arg(passing)
-                .toUtf8());
-        tool.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-        useTool(tool.fileName());
+        useTool(
+            KVTest::writeFakeTool(m_folder.filePath("gated-tool"),
+                                  QString(gatedSnippet)
+                                      .arg(m_folder.filePath("gate"), m_folder.filePath("tickets"))
+                                      .arg(passing)));
     }
     void openGate() { QFile(m_folder.filePath("gate")).open(QIODevice::Append); }
     // Opens the gate from another thread once every operation is cancelled.

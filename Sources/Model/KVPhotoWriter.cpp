@@ -1,0 +1,516 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#include "KVPhotoWriter.h"
+
+#include "KVChildProcess.h"
+#include "KVDateTags.h"
+#include "KVLog.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QLocale>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace {
+
+std::mutex toolPathMutex;
+QString toolPath;
+
+// The name the tool writes its result to inside the private folder. Without an extension the
+// tool keeps the type of the photo it reads.
+const char kResultName[] = "new";
+
+QString tr(const char *text) {
+    return QCoreApplication::translate("KVPhotoWriter", text);
+}
+
+QString errorText(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QString replacedText() {
+    return tr("The file was replaced during syncing.");
+}
+
+// A descriptor closed when it goes out of scope.
+class Descriptor {
+public:
+    explicit Descriptor(int fd = -1)
+        : m_fd(fd) {}
+    ~Descriptor() { reset(); }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    int get() const { return m_fd; }
+    bool isValid() const { return m_fd != -1; }
+    void reset(int fd = -1) {
+        if (m_fd != -1)
+            ::close(m_fd);
+        m_fd = fd;
+    }
+
+private:
+    int m_fd;
+};
+
+QString descriptorPath(int fd) {
+    return QStringLiteral("/proc/self/fd/%1").arg(fd);
+}
+
+// The same descriptor as the tool, a process of its own, must name it.
+std::string descriptorPathForTool(int fd, const char *name = nullptr) {
+    std::string path = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(fd);
+    if (name)
+        path += std::string("/") + name;
+    return path;
+}
+
+bool sameFile(const struct stat &a, const struct stat &b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// Takes an exclusive flock, waiting at most `wait`, and giving up early once `stop` says so.
+bool lockExclusively(int fd, std::chrono::milliseconds wait, const std::function<bool()> &stop) {
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    for (;;) {
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return false;
+        if (stop() || std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+}
+
+// Makes the private folder of one write in the photo's folder, exclusively, with a name no
+// other writer can have chosen.
+int makeWorkFolder(int folderFd, std::string *name, int *error) {
+    static const char alphabet[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        std::string candidate = KVPhotoWriter::leftoverPrefix;
+        for (int i = 0; i < 6; ++i)
+            candidate += alphabet[QRandomGenerator::global()->bounded(int(sizeof alphabet - 1))];
+        if (::mkdirat(folderFd, candidate.c_str(), 0700) != 0) {
+            if (errno == EEXIST)
+                continue;
+            *error = errno;
+            return -1;
+        }
+        const int fd =
+            ::openat(folderFd, candidate.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd == -1) {
+            *error = errno;
+            ::unlinkat(folderFd, candidate.c_str(), AT_REMOVEDIR);
+            return -1;
+        }
+        // Held while the write works in it, so that a clean-up by another process leaves it be.
+        ::flock(fd, LOCK_EX | LOCK_NB);
+        *name = candidate;
+        return fd;
+    }
+    *error = EEXIST;
+    return -1;
+}
+
+// Empties and removes a private folder; only plain entries can be in it.
+void removeWorkFolder(int folderFd, const std::string &name, int workFd) {
+    if (workFd != -1) {
+        if (DIR *listing = ::fdopendir(::dup(workFd))) {
+            while (const dirent *entry = ::readdir(listing)) {
+                if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+                    ::unlinkat(::dirfd(listing), entry->d_name, 0);
+            }
+            ::closedir(listing);
+        }
+    }
+    ::unlinkat(folderFd, name.c_str(), AT_REMOVEDIR);
+}
+
+// The tool's messages about one photo, in the user's words: its errors and warnings, with the
+// descriptor paths it was given put back to the photo's name.
+QString toolMessages(const std::string &answer, const std::string &sourcePath,
+                     const std::string &resultPath, const QString &photoName) {
+    QStringList messages;
+    const QString source = QString::fromStdString(sourcePath);
+    const QString result = QString::fromStdString(resultPath);
+    for (const QString &line : QString::fromUtf8(answer).split(QLatin1Char('\n'))) {
+        const QString trimmed = line.trimmed();
+        if (!trimmed.startsWith(QLatin1String("Error")) &&
+            !trimmed.startsWith(QLatin1String("Warning")))
+            continue;
+        QString message = trimmed;
+        message.replace(source, photoName);
+        message.replace(result, photoName);
+        messages.append(message);
+    }
+    return messages.join(QLatin1Char('\n'));
+}
+
+} // namespace
+
+void KVSetToolPath(const QString &path) {
+    std::lock_guard lock(toolPathMutex);
+    toolPath = path;
+}
+
+QString KVToolPath() {
+    std::lock_guard lock(toolPathMutex);
+    return toolPath;
+}
+
+struct KVPhotoWriter::Private {
+    QString toolPath;
+    std::chrono::milliseconds timeBase{std::chrono::seconds(60)};
+    std::chrono::milliseconds timePerMebibyte{std::chrono::seconds(1)};
+    std::chrono::milliseconds lockWait{std::chrono::seconds(30)};
+    quint64 sequence = 0;
+
+    // The tool and the flag are read by cancel() on another thread.
+    std::mutex mutex;
+    std::unique_ptr<KVChildProcess> tool;
+    bool cancelled = false;
+
+    bool isCancelled() {
+        std::lock_guard lock(mutex);
+        return cancelled;
+    }
+    KVChildProcess *runningTool(QString *error);
+    void discardTool();
+};
+
+KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
+    std::lock_guard lock(mutex);
+    if (tool && tool->isRunning())
+        return tool.get();
+    auto started = std::make_unique<KVChildProcess>();
+    const std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(),
+                                             "-stay_open", "True", "-@", "-"};
+    if (!started->start(arguments, true)) {
+        *error = tr("The tool %1 could not be started.").arg(toolPath);
+        return nullptr;
+    }
+    KVLogVerbose(QStringLiteral("Started %1")
+                     .arg(QString::fromStdString(KVChildProcess::readableCommandLine(arguments))));
+    tool = std::move(started);
+    return tool.get();
+}
+
+void KVPhotoWriter::Private::discardTool() {
+    std::unique_ptr<KVChildProcess> ended;
+    {
+        std::lock_guard lock(mutex);
+        ended = std::move(tool);
+    }
+    // Outside the lock: the grace time must not hold up cancel() on another thread.
+    if (ended)
+        ended->terminate();
+}
+
+KVPhotoWriter::KVPhotoWriter(const QString &toolPath)
+    : d(std::make_unique<Private>()) {
+    d->toolPath = toolPath;
+}
+
+KVPhotoWriter::~KVPhotoWriter() {
+    std::unique_ptr<KVChildProcess> tool;
+    {
+        std::lock_guard lock(d->mutex);
+        tool = std::move(d->tool);
+    }
+    if (tool && tool->isRunning()) {
+        // Asked to leave; ended for good if it does not within the grace time.
+        tool->writeInput("-stay_open\nFalse\n");
+        tool->finish();
+    }
+}
+
+void KVPhotoWriter::setTimeLimit(std::chrono::milliseconds base,
+                                 std::chrono::milliseconds perMebibyte) {
+    d->timeBase = base;
+    d->timePerMebibyte = perMebibyte;
+}
+
+void KVPhotoWriter::setLockWait(std::chrono::milliseconds wait) {
+    d->lockWait = wait;
+}
+
+void KVPhotoWriter::cancel() {
+    std::lock_guard lock(d->mutex);
+    d->cancelled = true;
+    if (d->tool)
+        d->tool->cancel();
+}
+
+void KVPhotoWriter::reset() {
+    std::lock_guard lock(d->mutex);
+    d->cancelled = false;
+}
+
+std::optional<KVPhotoIdentity> KVPhotoWriter::identityOf(const QString &path) {
+    struct stat info;
+    if (path.isEmpty() || ::lstat(QFile::encodeName(path).constData(), &info) != 0)
+        return std::nullopt;
+    return KVPhotoIdentity{path, info.st_dev, info.st_ino};
+}
+
+KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64 seconds,
+                                         const WillChange &willChange,
+                                         const std::optional<QString> &expectedOldDateText) {
+    KVWriteOutcome outcome;
+    outcome.path = identity.path;
+    outcome.identity = identity;
+    auto notChanged = [&](const QString &reason) {
+        outcome.status = KVWriteOutcome::Status::NotChanged;
+        outcome.reason = reason;
+        KVLog(QStringLiteral("%1 was not changed: %2").arg(identity.path, reason));
+        return outcome;
+    };
+    auto cancelled = [&] {
+        outcome.status = KVWriteOutcome::Status::Cancelled;
+        outcome.reason = tr("The run was cancelled.");
+        return outcome;
+    };
+    if (d->isCancelled())
+        return cancelled();
+
+    const QByteArray nativePath = QFile::encodeName(identity.path);
+    const qsizetype slash = nativePath.lastIndexOf('/');
+    if (slash < 0 || slash == nativePath.size() - 1)
+        return notChanged(tr("The photo has no usable path."));
+    const QByteArray folder = slash == 0 ? QByteArray("/") : nativePath.left(slash);
+    const QByteArray name = nativePath.mid(slash + 1);
+    const QString photoName = QFile::decodeName(name);
+
+    const Descriptor folderFd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folderFd.isValid())
+        return notChanged(tr("The folder could not be opened: %1").arg(errorText(errno)));
+    // Never through a link: a link put in the photo's place fails here.
+    const Descriptor photoFd(
+        ::openat(folderFd.get(), name.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    if (!photoFd.isValid()) {
+        if (errno == ELOOP || errno == ENOENT)
+            return notChanged(replacedText());
+        return notChanged(tr("The photo could not be opened: %1").arg(errorText(errno)));
+    }
+    struct stat photoInfo;
+    if (::fstat(photoFd.get(), &photoInfo) != 0 || !S_ISREG(photoInfo.st_mode))
+        return notChanged(replacedText());
+    if (identity.inode != 0 &&
+        (photoInfo.st_dev != identity.device || photoInfo.st_ino != identity.inode))
+        return notChanged(replacedText());
+
+    if (!lockExclusively(photoFd.get(), d->lockWait, [this] { return d->isCancelled(); })) {
+        if (d->isCancelled())
+            return cancelled();
+        return notChanged(tr("Another program is changing this photo; it was left as it is."));
+    }
+    // A writer that held the lock before may have replaced the file meanwhile.
+    struct stat current;
+    if (::fstatat(folderFd.get(), name.constData(), &current, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !sameFile(current, photoInfo))
+        return notChanged(replacedText());
+
+    const std::optional<KVDateTags> oldTags = KVDateTags::read(descriptorPath(photoFd.get()));
+    if (!oldTags)
+        return notChanged(tr("The photo's dates could not be read."));
+    outcome.oldDateText = oldTags->captureDateText();
+    if (outcome.oldDateText.isEmpty())
+        return notChanged(tr("The photo has no capture date."));
+    if (expectedOldDateText && *expectedOldDateText != outcome.oldDateText)
+        return notChanged(tr("The photo's date is %1, not %2 as recorded; it was left as it is.")
+                              .arg(outcome.oldDateText, *expectedOldDateText));
+    outcome.newDateText = KVDateTags::shifted(outcome.oldDateText, seconds);
+    if (outcome.newDateText.isEmpty())
+        return notChanged(tr("The new date would lie outside the years 1 to 9999."));
+    if (d->isCancelled())
+        return cancelled();
+    if (willChange && !willChange(outcome.oldDateText, outcome.newDateText))
+        return cancelled();
+
+    int error = 0;
+    std::string workName;
+    const Descriptor workFd(makeWorkFolder(folderFd.get(), &workName, &error));
+    if (!workFd.isValid())
+        return notChanged(
+            tr("No private copy could be made in the photo's folder: %1").arg(errorText(error)));
+    struct Cleanup {
+        int folder;
+        const std::string &name;
+        int work;
+        ~Cleanup() { removeWorkFolder(folder, name, work); }
+    } cleanup{folderFd.get(), workName, workFd.get()};
+
+    QString startError;
+    KVChildProcess *tool = d->runningTool(&startError);
+    if (!tool)
+        return notChanged(startError);
+    const quint64 sequence = ++d->sequence;
+    const std::string sourcePath = descriptorPathForTool(photoFd.get());
+    const std::string resultPath = descriptorPathForTool(workFd.get(), kResultName);
+    std::vector<std::string> arguments = KVDateTags::toolArguments(outcome.newDateText);
+    arguments.insert(arguments.end(), {"-o", resultPath, sourcePath});
+    std::string request;
+    for (const std::string &argument : arguments)
+        request += argument + '\n';
+    request += "-execute" + std::to_string(sequence) + '\n';
+    KVLogVerbose(QStringLiteral("%1 (%2)").arg(
+        QString::fromStdString(KVChildProcess::readableCommandLine(arguments)), identity.path));
+
+    const auto limit = d->timeBase + d->timePerMebibyte * (photoInfo.st_size >> 20);
+    std::string answer;
+    KVChildProcess::Answer result = KVChildProcess::Answer::Ended;
+    if (tool->writeInput(request))
+        result = tool->readUntil("{ready" + std::to_string(sequence) + "}\n", &answer,
+                                 KVChildProcess::Clock::now() + limit);
+    if (!answer.empty())
+        KVLogVerbose(QString::fromUtf8(answer).trimmed());
+    switch (result) {
+    case KVChildProcess::Answer::Complete:
+        break;
+    case KVChildProcess::Answer::Cancelled:
+        d->discardTool();
+        return cancelled();
+    case KVChildProcess::Answer::TimedOut:
+        d->discardTool();
+        return notChanged(
+            tr("The tool did not finish within %1 seconds and was stopped.")
+                .arg(std::chrono::duration_cast<std::chrono::seconds>(limit).count()));
+    case KVChildProcess::Answer::Ended: {
+        d->discardTool();
+        const QString messages = toolMessages(answer, sourcePath, resultPath, photoName);
+        return notChanged(messages.isEmpty() ? tr("The tool stopped unexpectedly.") : messages);
+    }
+    }
+    const QString messages = toolMessages(answer, sourcePath, resultPath, photoName);
+
+    const Descriptor resultFd(::openat(workFd.get(), kResultName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    struct stat resultInfo;
+    if (!resultFd.isValid() || ::fstat(resultFd.get(), &resultInfo) != 0 ||
+        !S_ISREG(resultInfo.st_mode))
+        return notChanged(messages.isEmpty() ? tr("The tool wrote no new version.") : messages);
+    if (resultInfo.st_size == 0)
+        return notChanged(tr("The tool's new version is empty."));
+
+    // Owner and group first: a change of owner clears the set-id bits a mode may carry.
+    if (::fchown(resultFd.get(), photoInfo.st_uid, photoInfo.st_gid) != 0)
+        ::fchown(resultFd.get(), static_cast<uid_t>(-1), photoInfo.st_gid);
+    if (::fchmod(resultFd.get(), photoInfo.st_mode & 07777) != 0)
+        return notChanged(
+            tr("The photo's permissions could not be kept: %1").arg(errorText(errno)));
+    // The file's modification date is the new capture date, as the local clock reads it.
+    const QDateTime newDate =
+        QDateTime::fromString(outcome.newDateText, QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+    if (newDate.isValid()) {
+        const struct timespec times[2] = {{0, UTIME_OMIT}, {newDate.toSecsSinceEpoch(), 0}};
+        ::futimens(resultFd.get(), times);
+    }
+    if (::fsync(resultFd.get()) != 0)
+        return notChanged(tr("The new version could not be saved: %1").arg(errorText(errno)));
+
+    const std::optional<KVDateTags> newTags = KVDateTags::read(descriptorPath(resultFd.get()));
+    if (!newTags || !newTags->allAre(outcome.newDateText))
+        return notChanged(messages.isEmpty()
+                              ? tr("The new version does not carry the new date in all its tags.")
+                              : messages);
+
+    if (d->isCancelled())
+        return cancelled();
+    // The last look before the rename: the photo's name must still lead to the checked file.
+    if (::fstatat(folderFd.get(), name.constData(), &current, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !sameFile(current, photoInfo))
+        return notChanged(replacedText());
+    if (::renameat(workFd.get(), kResultName, folderFd.get(), name.constData()) != 0)
+        return notChanged(
+            tr("The new version could not replace the photo: %1").arg(errorText(errno)));
+    ::fsync(folderFd.get());
+
+    outcome.status = KVWriteOutcome::Status::Changed;
+    outcome.identity.device = resultInfo.st_dev;
+    outcome.identity.inode = resultInfo.st_ino;
+    return outcome;
+}
+
+void KVPhotoWriter::removeLeftovers(const QString &folder) {
+    const Descriptor folderFd(
+        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folderFd.isValid())
+        return;
+    DIR *listing = ::fdopendir(::dup(folderFd.get()));
+    if (!listing)
+        return;
+    std::vector<std::string> names;
+    while (const dirent *entry = ::readdir(listing)) {
+        if (isLeftoverName(QFile::decodeName(entry->d_name)))
+            names.emplace_back(entry->d_name);
+    }
+    ::closedir(listing);
+    for (const std::string &name : names) {
+        const Descriptor workFd(::openat(folderFd.get(), name.c_str(),
+                                         O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        struct stat info;
+        if (!workFd.isValid() || ::fstat(workFd.get(), &info) != 0 || info.st_uid != ::geteuid())
+            continue;
+        // A folder a writer still works in stays.
+        if (::flock(workFd.get(), LOCK_EX | LOCK_NB) != 0)
+            continue;
+        removeWorkFolder(folderFd.get(), name, workFd.get());
+    }
+}
+
+bool KVPhotoWriter::isLeftoverName(const QString &name) {
+    static const QRegularExpression pattern(
+        QStringLiteral("^%1[A-Za-z0-9]{6}$")
+            .arg(QRegularExpression::escape(QLatin1String(leftoverPrefix))));
+    return pattern.match(name).hasMatch();
+}
+
+std::optional<QString> KVCheckRoomToWrite(const QStringList &photoPaths, int workers) {
+    // A margin for the tool's own growth of a file and for everything else on the disk.
+    constexpr qint64 kMargin = 32 * 1024 * 1024;
+    struct Device {
+        QString folder;
+        qint64 largest = 0;
+        int photos = 0;
+    };
+    std::map<dev_t, Device> devices;
+    for (const QString &path : photoPaths) {
+        struct stat info;
+        if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+            continue;
+        Device &device = devices[info.st_dev];
+        if (device.folder.isEmpty())
+            device.folder = path.left(std::max<qsizetype>(1, path.lastIndexOf(QLatin1Char('/'))));
+        device.largest = std::max<qint64>(device.largest, info.st_size);
+        ++device.photos;
+    }
+    for (const auto &[id, device] : devices) {
+        const qint64 copies = std::min(std::max(workers, 1), device.photos);
+        const qint64 needed = device.largest * copies + kMargin;
+        struct statvfs space;
+        if (::statvfs(QFile::encodeName(device.folder).constData(), &space) != 0)
+            continue;
+        const qint64 available = qint64(space.f_bavail) * qint64(space.f_frsize);
+        if (available < needed)
+            return tr("There is not enough free space in %1: %2 are needed to change the photos "
+                      "safely, %3 are free.")
+                .arg(device.folder, QLocale().formattedDataSize(needed),
+                     QLocale().formattedDataSize(available));
+    }
+    return std::nullopt;
+}
