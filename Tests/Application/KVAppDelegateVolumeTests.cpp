@@ -187,7 +187,9 @@ TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegister
         EXPECT_TRUE(now == bDate(i) || now == bDate(i, 90)) << i; // never half or twice
         changed += now != bDate(i);
     }
-    EXPECT_EQ(changed, 1);
+    // The first photo, and the one held at the gate: its write holds the folder open, so it
+    // finishes on the store even though the disk's path has gone.
+    EXPECT_EQ(changed, 2);
 }
 
 TEST_F(KVAppDelegateFixture, SevenTrashedFilesGiveOneAlertWithFourAnEllipsisAndTheLast) {
