@@ -13,6 +13,7 @@
 #include <QLocale>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QStandardPaths>
 
 #include <cerrno>
 #include <cstring>
@@ -199,8 +200,14 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
     if (tool && tool->isRunning())
         return tool.get();
     auto started = std::make_unique<KVChildProcess>();
-    const std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(),
-                                             "-stay_open", "True", "-@", "-"};
+    std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(), "-stay_open",
+                                       "True", "-@", "-"};
+    // A tool kept open waits for requests for ever, even once this process is gone (killed,
+    // crashed): it is told to end with the thread that starts it.
+    static const QString deathSignal = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
+    if (!deathSignal.isEmpty())
+        arguments.insert(arguments.begin(), {QFile::encodeName(deathSignal).toStdString(),
+                                             "--pdeathsig", "KILL", "--"});
     if (!started->start(arguments, true)) {
         *error = tr("The tool %1 could not be started.").arg(toolPath);
         return nullptr;

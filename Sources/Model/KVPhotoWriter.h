@@ -63,6 +63,9 @@ QString KVToolPath();
 // through the descriptor the checks were made on (/proc/<pid>/fd/<n>), so it reads exactly the
 // file that was checked, and no name (4,000 bytes, newlines, quotes) is ever handed to it.
 //
+// The tool starts with the first write and ends with the writer, with cancel(), with a time
+// limit, or with the thread that started it (so that no tool outlives a killed process).
+//
 // The per-photo lock keeps two writers off one photo, but two runs could still interleave
 // photo by photo. A run takes KVFolderLocks on its folders for its whole length so that runs
 // over the same photos come one after the other; the second should read its photos'

@@ -109,9 +109,9 @@ TEST(KVImageFile, DatesAreReadAsLocalWallClockTime) {
 }
 
 TEST(KVImageFile, FilesWithoutAnyUsableDateGiveNoRecord) {
-    for (const char *sample : {"cameras/PaintTool_sample.jpg", "cameras/long_description.jpg",
-                               "cameras/Canon_40D_photoshop_import.jpg", "broken/image01137.jpg",
-                               "README.md"}) {
+    for (const char *sample :
+         {"cameras/PaintTool_sample.jpg", "cameras/long_description.jpg",
+          "cameras/Canon_40D_photoshop_import.jpg", "broken/image01137.jpg", "README.md"}) {
         SCOPED_TRACE(sample);
         EXPECT_FALSE(recordOf(KVTest::samplePath(sample)));
     }

@@ -3,7 +3,9 @@
 
 #include "KVPhotoWriterFixture.h"
 
+#include "KVDateTags.h"
 #include "KVImageSource.h"
+#include "KVPhotoWriter.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
@@ -13,6 +15,7 @@
 #include <QFileInfo>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 QString KVPhotoWriterFixture::copyOf(const QString &sample, const QString &name) {
     QDir().mkpath(m_folder);
@@ -54,6 +57,39 @@ QStringList KVPhotoWriterFixture::hiddenEntries() const {
             found.append(path);
     }
     return found;
+}
+
+void KVPhotoWriterFixture::TearDown() {
+    for (const QString &mount : m_mounts)
+        KVTest::runProgram("umount", {"-l", mount});
+}
+
+QString KVPhotoWriterFixture::mountTmpfs(const QString &name, const QString &size) {
+    const QString path = m_dir.filePath(name);
+    QDir().mkpath(path);
+    if (::geteuid() != 0 ||
+        KVTest::runProgram("mount", {"-t", "tmpfs", "-o", "size=" + size, "tmpfs", path}) != 0)
+        return {};
+    m_mounts << path;
+    return path;
+}
+
+void KVPhotoWriterFixture::expectOldOrExactlyShifted(const QString &photo,
+                                                     const QByteArray &oldBytes,
+                                                     const QString &oldDate, qint64 seconds,
+                                                     const KVWriteOutcome &outcome) {
+    SCOPED_TRACE(photo.toStdString());
+    const QByteArray bytes = KVTest::readFile(photo);
+    if (bytes == oldBytes) {
+        EXPECT_FALSE(outcome.changed());
+        EXPECT_FALSE(outcome.reason.isEmpty());
+        return;
+    }
+    EXPECT_TRUE(outcome.changed()) << outcome.reason.toStdString();
+    const std::optional<KVDateTags> tags = KVDateTags::read(photo);
+    ASSERT_TRUE(tags);
+    EXPECT_TRUE(tags->allAre(KVDateTags::shifted(oldDate, seconds)));
+    EXPECT_TRUE(decodes(photo));
 }
 
 QString KVPhotoWriterFixture::fakeTool(const QString &behaviour) {

@@ -167,7 +167,7 @@ TEST_F(KVPhotoWriterFixture, AHungToolIsKilledByCancelAndByTheTimeLimitAndTheRun
         // The tool is gone, with its whole process group.
         const pid_t group = readPid("hanging");
         ASSERT_GT(group, 0);
-        EXPECT_TRUE(KVTest::waitFor([&] { return ::kill(-group, 0) != 0; }, 5s));
+        EXPECT_TRUE(KVTest::waitFor([&] { return !KVTest::processGroupAlive(group); }, 5s));
 
         // The next photo gets a fresh tool (after a cancel, once reset).
         writer.reset();
@@ -175,4 +175,18 @@ TEST_F(KVPhotoWriterFixture, AHungToolIsKilledByCancelAndByTheTimeLimitAndTheRun
         EXPECT_TRUE(next.changed()) << next.reason.toStdString();
     }
     EXPECT_EQ(hiddenEntries(), QStringList());
+}
+
+TEST_F(KVPhotoWriterFixture, AToolNeverOutlivesTheThreadThatStartedIt) {
+    // The tool's snippet leaves its process id in a gate.
+    const QString tool = KVTest::writeFakeTool(m_dir.filePath("tool-pid"),
+                                               QString("echo $$ > '%1/pid'").arg(m_dir.path()));
+    const QString photo = copyOf("cameras/Canon_40D.jpg", "a.jpg");
+    KVPhotoWriter writer(tool);
+    std::thread([&] {
+        EXPECT_TRUE(writer.shiftDates(*KVPhotoWriter::identityOf(photo), 1).changed());
+    }).join();
+    const long group = KVTest::readFile(m_dir.filePath("pid")).trimmed().toLong();
+    ASSERT_GT(group, 0);
+    EXPECT_TRUE(KVTest::waitFor([&] { return !KVTest::processGroupAlive(group); }, 5s));
 }

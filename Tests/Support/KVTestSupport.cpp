@@ -108,4 +108,18 @@ rm -f "$request"
     return path;
 }
 
+bool processGroupAlive(long group) {
+    const QStringList pids = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString &pid : pids) {
+        if (pid.toLong() <= 0)
+            continue;
+        // After the command's closing parenthesis: state, parent, process group.
+        const QByteArray stat = readFile(QStringLiteral("/proc/%1/stat").arg(pid));
+        const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 2 && fields[2].toLong() == group && fields[0] != "Z")
+            return true;
+    }
+    return false;
+}
+
 } // namespace KVTest

@@ -28,4 +28,7 @@ int runProgram(const QString &program, const QStringList &arguments, QByteArray 
 // Before each photo it runs the shell `snippet`, which sees the photo's number (from 1, per
 // tool process) in $n and may set $refuse to a message: the photo is then refused with it.
 QString writeFakeTool(const QString &path, const QString &snippet);
+// Whether any process of this process group still runs (zombies, which nobody may reap in a
+// container, count as gone).
+bool processGroupAlive(long group);
 } // namespace KVTest
