@@ -47,6 +47,15 @@ void KVUserDefaults::setBool(bool value, const QString &key) {
         m_verbose = value ? 1 : 0;
 }
 
+void KVUserDefaults::setObject(const QVariant &value, const QString &key) {
+    if (key == verboseLoggingKey) {
+        setBool(value.toBool(), key);
+        return;
+    }
+    std::lock_guard lock(m_mutex);
+    settings().setValue(key, value);
+}
+
 bool KVUserDefaults::verboseConsole() const {
     int verbose = m_verbose.load();
     if (verbose < 0) {

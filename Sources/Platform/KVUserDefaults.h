@@ -19,6 +19,7 @@ public:
     QVariant objectForKey(const QString &key) const;
     bool boolForKey(const QString &key) const;
     void setBool(bool value, const QString &key);
+    void setObject(const QVariant &value, const QString &key);
 
     // Asked before every log line of every photo, on any thread: answered from memory, and
     // kept current by setBool, so the menu switch takes effect at once everywhere.
