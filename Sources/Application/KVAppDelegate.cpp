@@ -3,6 +3,7 @@
 
 #include "KVAppDelegate.h"
 
+#include "KVCameraOffsetMemory.h"
 #include "KVPhotoWriter.h"
 #include "KVDispatch.h"
 #include "KVFileReportContent.h"
@@ -198,8 +199,11 @@ void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
     };
     if (!undoing && !redoing) {
         // Undo becomes possible only once the run has gone to its end.
-        queue.setCompletetionBlock([this, registerInverse] {
+        queue.setCompletetionBlock([this, registerInverse, intervals,
+                                    reference = m_runReferenceKey] {
             registerInverse();
+            // The next event with these bodies starts from what their clocks were off by.
+            KVCameraOffsetMemory().remember(intervals, reference, QDateTime::currentDateTimeUtc());
             if (KVUserInterface *ui = userInterface())
                 ui->displayString(tr("Your photos have been synced\nsuccessfully!"));
             dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
@@ -225,6 +229,38 @@ void KVAppDelegate::didDeselectAllItemsAtCameraIndex(int cameraIndex) {
         setEtalon(nullptr);
 }
 
+bool KVAppDelegate::canSuggestMatches() const {
+    return numberOfCamerasInBrowser() >= 2 && !isProcessingPathes();
+}
+
+void KVAppDelegate::suggestMatches(const QString &referenceKey) {
+    if (!canSuggestMatches())
+        return;
+    const KVCameraSetsRef files = imageFiles();
+    const KVSuggestedMatches &suggestion = m_matchSuggester.suggest(files, referenceKey);
+    if (KVUserDefaults::standardUserDefaults().verboseConsole()) {
+        QStringList described;
+        for (const KVSuggestedMatches::Camera &camera : suggestion.cameras)
+            described << QStringLiteral("%1 = %2 (%3)")
+                             .arg(camera.key)
+                             .arg(camera.offset)
+                             .arg(camera.confidence, 0, 'f', 2);
+        KVLog(QStringLiteral("Suggested against %1 {%2}")
+                  .arg(suggestion.referenceKey, described.join(QStringLiteral("; "))));
+    }
+    if (KVUserInterface *ui = userInterface()) {
+        // The rows are made anew for their notes, then each is brought to its marked photo.
+        ui->reloadBrowser();
+        ui->showPhotosInBrowser(m_matchSuggester.markedPhotos());
+        if (!suggestion.referencePhoto)
+            ui->displayString(tr("No sure match found:\nmatch the photos by hand"));
+    }
+}
+
+QString KVAppDelegate::noteForCameraWithIndex(int index, bool *isWarning) const {
+    return m_matchSuggester.noteForCamera(imageFiles(), sortedCameras().value(index), isWarning);
+}
+
 void KVAppDelegate::synchronizeTimeOrCancel() {
     KVUserInterface *ui = userInterface();
     if (ui && ui->syncButtonTitle() == alternateSyncButtonTitle()) {
@@ -235,8 +271,40 @@ void KVAppDelegate::synchronizeTimeOrCancel() {
     }
 
     const KVReferenceSet set = etalonWithSelectedImages();
+    QStringList keys;
+    for (const auto &[key, selected] : set.selectedImages)
+        keys << key;
+    if (!canChangeCameras(keys))
+        return;
+    KVLogVerbose(QStringLiteral("Sync clicked"));
+    if (!isValidSetOfImagesForTimeSynchronization(set))
+        return;
+    if (isSetOfImagesSynchrinizedAlready(set)) {
+        if (ui)
+            ui->displayString(tr("Selected images have already synchronized"));
+        dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
+        return;
+    }
+    // A base time typed by hand is no camera whose offset could be remembered.
+    runSynchronization(set.timeIntervals(),
+                       set.etalon->url().isEmpty() ? QString() : set.etalon->fullCameraName());
+}
+
+void KVAppDelegate::synchronizeTimeIntervals(const KVTimeIntervals &intervals,
+                                             const QString &referenceKey) {
+    if (intervals.empty() || isProcessingPathes())
+        return;
+    QStringList keys;
+    for (const auto &[key, interval] : intervals)
+        keys << key;
+    if (canChangeCameras(keys))
+        runSynchronization(intervals, referenceKey);
+}
+
+bool KVAppDelegate::canChangeCameras(const QStringList &keys) {
+    KVUserInterface *ui = userInterface();
     const KVCameraSetsRef cameras = imageFiles();
-    for (const auto &[key, selected] : set.selectedImages) {
+    for (const QString &key : keys) {
         if (!cameras || !cameras->count(key))
             continue;
         for (const KVImageFileRef &file : cameras->at(key)) {
@@ -248,34 +316,32 @@ void KVAppDelegate::synchronizeTimeOrCancel() {
                                     "or changing their privileges to \"Read & Write\" in the "
                                     "Finder, and then try again."),
                                  {tr("OK")});
-                return;
+                return false;
             }
             const std::optional<qint64> free = KVVolumes::freeSize(file->path());
             if (free && *free < kKVMinimumFreeSize) {
                 if (ui)
                     ui->runAlert(tr("Not enough disk space to sync photos"),
                                  tr("Free some disk space and try again."), {tr("OK")});
-                return;
+                return false;
             }
         }
     }
-    KVLogVerbose(QStringLiteral("Sync clicked"));
-    if (!isValidSetOfImagesForTimeSynchronization(set))
-        return;
-    if (isSetOfImagesSynchrinizedAlready(set)) {
-        if (ui)
-            ui->displayString(tr("Selected images have already synchronized"));
-        dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
-        return;
-    }
+    return true;
+}
+
+void KVAppDelegate::runSynchronization(const KVTimeIntervals &intervals,
+                                       const QString &referenceKey) {
     const KVCameraSetsRef snapshot = copyImageFiles();
-    const KVTimeIntervals intervals = set.timeIntervals();
     if (KVUserDefaults::standardUserDefaults().verboseConsole()) {
         QStringList described;
         for (const auto &[key, interval] : intervals)
             described << QStringLiteral("%1 = %2").arg(key).arg(interval);
         KVLog(QStringLiteral("Calling apply {%1}").arg(described.join(QStringLiteral("; "))));
     }
+    // The suggestions were about the dates before the run.
+    m_matchSuggester.clear();
+    m_runReferenceKey = referenceKey;
     applyTimeIntervals(intervals, snapshot);
 }
 
@@ -337,6 +403,7 @@ void KVAppDelegate::removeFiles() {
     if (m_etalon && !m_etalon->url().isEmpty())
         setEtalon(nullptr);
     setImageFiles(nullptr);
+    m_matchSuggester.clear();
     undoManager().removeAllActions();
     chooseWhatToShowOnDisplay();
     if (KVUserInterface *ui = userInterface()) {

@@ -5,6 +5,7 @@
 
 #include "KVCameraSets.h"
 #include "KVManualDateTimeViewController.h"
+#include "KVMatchSuggester.h"
 #include "KVOperationQueue.h"
 #include "KVReferenceSet.h"
 #include "KVUndoManager.h"
@@ -55,8 +56,18 @@ public:
     void didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon);
     void didDeselectAllItemsAtCameraIndex(int cameraIndex);
 
+    // Suggest Matches: marks the suggested reference photo (on the camera of referenceKey, else
+    // the first) and each sure camera's photo of that moment, as clicks would, and shows them.
+    void suggestMatches(const QString &referenceKey = QString());
+    bool canSuggestMatches() const;
+    KVMatchSuggester &matchSuggester() { return m_matchSuggester; }
+    QString noteForCameraWithIndex(int index, bool *isWarning) const override;
+
     // The command and the window's state.
     void synchronizeTimeOrCancel();
+    // Syncs each camera by its offset, with the checks of the Sync command; the offsets are
+    // remembered per camera body, against the reference camera, once the run has ended.
+    void synchronizeTimeIntervals(const KVTimeIntervals &intervals, const QString &referenceKey);
     bool isSynchronizationPossible() const;
     bool isProcessingPathes() const override;
     bool isEnabledSynchronization() const;
@@ -87,6 +98,9 @@ private:
     void followManualDate();
     void operationCountDidChange(KVBaseOperationQueue *changed);
     void synchronizationDidEnd();
+    // The Sync command's checks: every photo of the cameras writable, room for the tool's copy.
+    bool canChangeCameras(const QStringList &keys);
+    void runSynchronization(const KVTimeIntervals &intervals, const QString &referenceKey);
 
     KVImageFileRef m_etalon;
     std::unique_ptr<KVOperationQueue> m_syncQueue;
@@ -96,6 +110,9 @@ private:
     std::vector<KVSynchronizationOperationRef> m_watchedSyncOperations;
     std::recursive_mutex m_lock;
     KVVanishedFiles m_vanishedFiles;
+    KVMatchSuggester m_matchSuggester;
+    // The reference camera of the run going, whose offsets are remembered when it ends.
+    QString m_runReferenceKey;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
     friend class KVVanishedFiles;
 };

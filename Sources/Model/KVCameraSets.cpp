@@ -396,6 +396,12 @@ const std::vector<KVImageFileRef> &KVCameraSets::imagesForCameraWithIndex(int in
     return cameraImagesWithIndex(index);
 }
 
+QString KVCameraSets::noteForCameraWithIndex(int, bool *isWarning) const {
+    if (isWarning)
+        *isWarning = false;
+    return {};
+}
+
 QStringList KVCameraSets::keyPathsForValuesAffectingValueForKey(const QString &key) const {
     QStringList keys = KVObservable::keyPathsForValuesAffectingValueForKey(key);
     if (key == QLatin1String("isSynchronizationPossible"))

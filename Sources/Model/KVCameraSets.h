@@ -76,6 +76,8 @@ public:
     QString nameForCameraWithIndex(int index) const;
     QString toolTipForCameraWithIndex(int index) const;
     const std::vector<KVImageFileRef> &imagesForCameraWithIndex(int index) const;
+    // A note for the camera's row header; none here.
+    virtual QString noteForCameraWithIndex(int index, bool *isWarning) const;
 
     QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override;
     void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;

@@ -36,6 +36,13 @@ constexpr qint64 burstGap = 20;
 // than the count of shifts alone says: measured on a thousand generated events
 // (kalvora-bench-suggest), no wrong answer got more than half the confidence needed with this.
 constexpr double lookElsewhere = 10;
+// Photos that a shift pairs, looked at to weigh it, at most.
+constexpr std::size_t lookedAtPairs = 40;
+// How many spreads further apart photos of different moments must look than those a shift pairs
+// within a moment for the moments to be taken as lined up.
+constexpr double seenMoments = 5;
+// The most that the looks of the photos may change the odds between two shifts, in nats.
+constexpr double maximumLookOdds = 4;
 // A remembered offset with nothing in the photos to confirm it is offered, but not acted on.
 constexpr double unconfirmedRememberedConfidence = 0.5;
 
@@ -46,6 +53,7 @@ qint64 floorDiv(qint64 a, qint64 b) {
 // A camera's distinct times, ascending (frames within one second are one moment, not several
 // coincidences), and the first photo of each of its bursts.
 struct Series {
+    int camera = -1;
     std::vector<qint64> times;
     std::vector<qint64> firstIndex; // into the times given, the first photo at each time
     std::vector<qint64> onsets;
@@ -311,7 +319,77 @@ struct PairResult {
     double confidence = 0;
 };
 
-PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> remembered) {
+// The distances between the looks of photos that a shift pairs: photos taken in the same second
+// (or, with `nearest`, each photo of c and the photo of r nearest to it within the
+// neighbourhood), at most a few dozen, spread over the day.
+std::vector<double> looksAt(const Series &r, const Series &c, qint64 shift, bool nearest,
+                            const KVOffsetEstimator::PhotoDistance &distance) {
+    std::vector<std::pair<std::size_t, std::size_t>> pairs;
+    const std::vector<qint64> &rt = r.times;
+    const qint64 reach = nearest ? neighbourhood : 0;
+    for (std::size_t j = 0; j < c.times.size(); ++j) {
+        const qint64 x = c.times[j] + shift;
+        const auto it = std::lower_bound(rt.begin(), rt.end(), x - reach);
+        if (it == rt.end() || *it > x + reach)
+            continue;
+        auto closest = it;
+        for (auto k = it; k != rt.end() && *k <= x + reach; ++k) {
+            if (std::abs(*k - x) < std::abs(*closest - x))
+                closest = k;
+        }
+        pairs.emplace_back(size_t(closest - rt.begin()), j);
+    }
+    std::vector<double> distances;
+    const std::size_t step = std::max<std::size_t>(1, pairs.size() / lookedAtPairs);
+    for (std::size_t i = 0; i < pairs.size(); i += step) {
+        const std::optional<double> apart = distance(r.camera, r.firstIndex[pairs[i].first],
+                                                     c.camera, c.firstIndex[pairs[i].second]);
+        if (apart)
+            distances.push_back(*apart);
+    }
+    return distances;
+}
+
+// Photos of c against photos of r taken at other moments: how unlike photos look by chance.
+std::vector<double> looksApart(const Series &r, const Series &c, qint64 shift,
+                               const KVOffsetEstimator::PhotoDistance &distance) {
+    std::vector<double> distances;
+    const std::size_t n = r.times.size();
+    const std::size_t step = std::max<std::size_t>(1, c.times.size() / lookedAtPairs);
+    for (std::size_t j = 0; j < c.times.size() && n > 0; j += step) {
+        const std::size_t i = (j * 7919 + n / 2) % n;
+        if (std::abs(r.times[i] - c.times[j] - shift) <= 10 * momentSpan)
+            continue;
+        if (const std::optional<double> apart =
+                distance(r.camera, r.firstIndex[i], c.camera, c.firstIndex[j]))
+            distances.push_back(*apart);
+    }
+    return distances;
+}
+
+// Welch's t of how much further apart the looks of `b` are than those of `a`; 0 with too few of
+// `a`. A handful of `b` is taken to spread as `a` does.
+double furtherApart(const std::vector<double> &a, const std::vector<double> &b) {
+    if (a.size() < 3 || b.empty())
+        return 0;
+    const auto meanAndVariance = [](const std::vector<double> &values) {
+        const double mean =
+            std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
+        double square = 0;
+        for (const double value : values)
+            square += (value - mean) * (value - mean);
+        return std::pair(mean, values.size() > 1 ? square / double(values.size() - 1) : 0.0);
+    };
+    const auto [meanA, varianceA] = meanAndVariance(a);
+    auto [meanB, varianceB] = meanAndVariance(b);
+    if (b.size() < 3)
+        varianceB = varianceA;
+    return (meanB - meanA) /
+           std::sqrt(varianceA / double(a.size()) + varianceB / double(b.size()) + 1e-9);
+}
+
+PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> remembered,
+                       const KVOffsetEstimator::PhotoDistance &distance) {
     PairResult result;
     if (r.times.empty() || c.times.empty())
         return result;
@@ -350,12 +428,34 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
             break;
         best = next;
     }
+    // Where the photos can be seen, those the best shift pairs within a moment must look far
+    // more alike than photos of different moments do: then the moments surely line up, and
+    // each other answer is also weighed by how alike the photos it pairs look.
+    std::vector<double> bestLooks, bestNearLooks;
+    bool isSeen = false;
+    if (distance) {
+        bestNearLooks = looksAt(r, c, best.shift, true, distance);
+        isSeen = furtherApart(bestNearLooks, looksApart(r, c, best.shift, distance)) >= seenMoments;
+        bestLooks = looksAt(r, c, best.shift, false, distance);
+    }
     // A surprise is the log of a shift's odds against chance, so the odds of the best shift
     // against each other answer are in the difference of their surprises.
     double others = 0;
     for (const Scored &other : scored) {
-        if (std::abs(other.shift - best.shift) > rivalDistance)
-            others += std::exp(other.surprise - best.surprise);
+        if (std::abs(other.shift - best.shift) <= rivalDistance)
+            continue;
+        double logOdds = other.surprise - best.surprise;
+        if (isSeen) {
+            const bool isNear = std::abs(other.shift - best.shift) <= rivalDistance + nearRivals;
+            const double apart =
+                isNear ? furtherApart(bestLooks, looksAt(r, c, other.shift, false, distance))
+                       : furtherApart(bestNearLooks, looksAt(r, c, other.shift, true, distance));
+            // Photos of other moments look unlike much more surely than photos a few
+            // seconds apart do.
+            const double most = isNear ? maximumLookOdds : 2 * maximumLookOdds;
+            logOdds -= std::clamp(apart, -most, most);
+        }
+        others += std::exp(logOdds);
     }
     // And no shift of all those searched, looked at or not, may have done as well by chance. From
     // a remembered offset, only the drift around it had to be searched.
@@ -366,7 +466,7 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
                                 : windows.searched;
     const double lucky = lookElsewhere * searched * std::exp(-best.surprise);
     result.best = best;
-    result.confidence = best.hits > 1 ? std::exp(-lucky) / (1.0 + others) : 0;
+    result.confidence = best.hits > 1 ? (isSeen ? 1.0 : std::exp(-lucky)) / (1.0 + others) : 0;
     return result;
 }
 
@@ -421,13 +521,17 @@ std::pair<qint64, qint64> bestPair(const Series &r, const Series &c, qint64 shif
 
 std::vector<KVOffsetEstimator::Estimate>
 KVOffsetEstimator::estimate(const std::vector<std::vector<qint64>> &times, int reference,
-                            const std::vector<std::optional<qint64>> &remembered) {
+                            const std::vector<std::optional<qint64>> &remembered,
+                            const PhotoDistance &distance) {
     const std::size_t count = times.size();
     std::vector<Estimate> estimates(count);
     if (reference < 0 || size_t(reference) >= count)
         return estimates;
     std::vector<Series> series(count);
-    KVParallelFor(count, [&](std::size_t i) { series[i] = makeSeries(times[i]); });
+    KVParallelFor(count, [&](std::size_t i) {
+        series[i] = makeSeries(times[i]);
+        series[i].camera = int(i);
+    });
     const Series &referenceSeries = series[size_t(reference)];
     estimates[size_t(reference)].confidence = 1;
 
@@ -435,7 +539,7 @@ KVOffsetEstimator::estimate(const std::vector<std::vector<qint64>> &times, int r
         if (int(i) == reference)
             return;
         const std::optional<qint64> prior = i < remembered.size() ? remembered[i] : std::nullopt;
-        const PairResult pair = comparePair(referenceSeries, series[i], prior);
+        const PairResult pair = comparePair(referenceSeries, series[i], prior, distance);
         Estimate &estimate = estimates[i];
         if (pair.best.hits > 0) {
             estimate.offset = pair.best.shift;
@@ -473,8 +577,8 @@ KVOffsetEstimator::estimate(const std::vector<std::vector<qint64>> &times, int r
             const int camera = unplaced[u];
             improved[u] = estimates[size_t(camera)];
             for (const int via : placed) {
-                const PairResult pair =
-                    comparePair(series[size_t(via)], series[size_t(camera)], std::nullopt);
+                const PairResult pair = comparePair(series[size_t(via)], series[size_t(camera)],
+                                                    std::nullopt, distance);
                 const double confidence = pair.confidence * estimates[size_t(via)].confidence;
                 if (confidence > improved[u].confidence) {
                     improved[u] = Estimate{};

@@ -5,6 +5,7 @@
 
 #include <QtGlobal>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -45,11 +46,18 @@ public:
         int support = 0;
     };
 
-    // times: each camera's capture times in seconds, in any order. remembered: for a camera,
-    // its offset against the reference as known from an earlier sync. The reference's own
-    // estimate is offset 0 with confidence 1.
-    static std::vector<Estimate>
-    estimate(const std::vector<std::vector<qint64>> &times, int reference,
-             const std::vector<std::optional<qint64>> &remembered = {});
+    // How unlike two photos look, by camera and index into the times given: 0 for the same
+    // picture, more the less alike; nothing when either cannot be seen. Asked from several
+    // threads at once.
+    using PhotoDistance = std::function<std::optional<double>(int camera, qint64 photo, int other,
+                                                              qint64 otherPhoto)>;
 
+    // times: each camera's capture times in seconds, in any order. remembered: for a camera,
+    // its offset against the reference as known from an earlier sync. distance, when given,
+    // weighs the best shifts by how alike the photos they pair look. The reference's own
+    // estimate is offset 0 with confidence 1.
+    static std::vector<Estimate> estimate(const std::vector<std::vector<qint64>> &times,
+                                          int reference,
+                                          const std::vector<std::optional<qint64>> &remembered = {},
+                                          const PhotoDistance &distance = {});
 };

@@ -5,6 +5,7 @@
 
 #include "KVCameraOffsetMemory.h"
 #include "KVOffsetEstimator.h"
+#include "KVPhotoLooks.h"
 
 #include <cmath>
 #include <set>
@@ -69,8 +70,13 @@ KVSuggestedMatches KVSuggestedMatches::suggest(const KVCameraSetsRef &imageFiles
         }
     }
 
-    const std::vector<KVOffsetEstimator::Estimate> estimates =
-        KVOffsetEstimator::estimate(times, reference, remembered);
+    // The thumbnails weigh the best shifts: photos of one moment look alike.
+    KVPhotoLooks looks(photos);
+    const std::vector<KVOffsetEstimator::Estimate> estimates = KVOffsetEstimator::estimate(
+        times, reference, remembered,
+        [&looks](int camera, qint64 photo, int other, qint64 otherPhoto) {
+            return looks.distance(camera, photo, other, otherPhoto);
+        });
     const std::vector<KVImageFileRef> &referencePhotos = *photos[size_t(reference)];
     for (std::size_t i = 0; i < keys.size(); ++i) {
         if (int(i) == reference)

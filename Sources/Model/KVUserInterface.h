@@ -9,6 +9,9 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <utility>
+#include <vector>
+
 // What the application logic asks of its window. The window implements it; tests and the
 // command-line tool use KVHeadlessUserInterface.
 class KVUserInterface {
@@ -38,4 +41,8 @@ public:
     virtual void closeManualDatePopover() = 0;
     // An application-modal alert; returns the index of the button chosen.
     virtual int runAlert(const QString &title, const QString &text, const QStringList &buttons) = 0;
+    // Scrolls and zooms the rows of the cameras (by index) to show the photo (by index) in each.
+    virtual void showPhotosInBrowser(const std::vector<std::pair<int, int>> &cameraPhotos) {
+        Q_UNUSED(cameraPhotos);
+    }
 };

@@ -8,6 +8,8 @@
 #include <QEventLoop>
 #include <QFileInfo>
 
+#include <cmath>
+
 KVCommandLine::KVCommandLine()
     : m_model(&m_ui) {
 }
@@ -40,6 +42,16 @@ QString KVCommandLine::bundlePath() {
 
 QString KVCommandLine::dateText(const QDateTime &date) {
     return date.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+}
+
+QString KVCommandLine::offsetText(double seconds) {
+    const qint64 whole = std::llround(std::fabs(seconds));
+    return QStringLiteral("%1%2 s (%1%3:%4:%5)")
+        .arg(seconds < 0 ? QStringLiteral("-") : QStringLiteral("+"))
+        .arg(std::fabs(seconds), 0, 'f', 0)
+        .arg(whole / 3600)
+        .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
+        .arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
 void KVCommandLine::print(std::FILE *stream, const QString &text) {

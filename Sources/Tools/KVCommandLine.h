@@ -5,6 +5,7 @@
 
 #include "KVAppDelegate.h"
 #include "KVHeadlessUserInterface.h"
+#include "KVSuggestedMatches.h"
 
 #include <QStringList>
 
@@ -25,6 +26,8 @@ public:
     QList<QVariantMap> refusedFiles() const;
 
     static QString dateText(const QDateTime &date);
+    // "+3725 s (+1:02:05)"
+    static QString offsetText(double seconds);
     // The application folder the program runs from (Kalvora.app).
     static QString bundlePath();
     static void print(std::FILE *stream, const QString &text);
@@ -37,3 +40,7 @@ private:
 int KVRunListCommand(const QStringList &arguments);
 int KVRunShiftCommand(const QStringList &arguments);
 int KVRunSyncCommand(const QStringList &arguments);
+int KVRunSuggestCommand(const QStringList &arguments);
+// The suggested offsets as text: one line per camera, with its pair of photos and why it is or is
+// not sure.
+QString KVSuggestionText(const KVSuggestedMatches &suggestion);

@@ -3,6 +3,7 @@
 
 #include "KVCommandLine.h"
 
+#include "KVCameraOffsetMemory.h"
 #include "KVRunProgress.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,7 @@
 #include <QTimer>
 
 #include <cmath>
+#include <functional>
 #include <optional>
 
 #include <unistd.h>
@@ -26,6 +28,7 @@ struct SyncOptions {
     QString reference;
     QDateTime base;
     QStringList matches;
+    bool suggested = false;
     bool dryRun = false;
     bool json = false;
     QStringList paths;
@@ -49,6 +52,8 @@ std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
                 return std::nullopt;
         } else if (argument == QLatin1String("--match")) {
             options.matches << QFileInfo(arguments.at(++i)).absoluteFilePath();
+        } else if (argument == QLatin1String("--suggested")) {
+            options.suggested = true;
         } else if (argument == QLatin1String("--dry-run")) {
             options.dryRun = true;
         } else if (argument == QLatin1String("--json")) {
@@ -59,9 +64,15 @@ std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
             options.paths << argument;
         }
     }
+    if (options.paths.isEmpty())
+        return std::nullopt;
+    // The suggestions choose the photos themselves.
+    if (options.suggested)
+        return options.reference.isEmpty() && !options.base.isValid() && options.matches.isEmpty()
+                   ? std::optional(options)
+                   : std::nullopt;
     // One reference, of one kind; at least one matching photo.
-    if (options.reference.isEmpty() == !options.base.isValid() || options.matches.isEmpty() ||
-        options.paths.isEmpty())
+    if (options.reference.isEmpty() == !options.base.isValid() || options.matches.isEmpty())
         return std::nullopt;
     return options;
 }
@@ -78,23 +89,14 @@ KVImageFileRef findPhoto(KVAppDelegate &model, const QString &path, int *camera)
     return nullptr;
 }
 
-QString offsetText(double seconds) {
-    const qint64 whole = std::llround(std::fabs(seconds));
-    return QStringLiteral("%1%2 s (%1%3:%4:%5)")
-        .arg(seconds < 0 ? QStringLiteral("-") : QStringLiteral("+"))
-        .arg(std::fabs(seconds), 0, 'f', 0)
-        .arg(whole / 3600)
-        .arg(whole / 60 % 60, 2, 10, QLatin1Char('0'))
-        .arg(whole % 60, 2, 10, QLatin1Char('0'));
-}
-
 int fail(const QString &message, int status) {
     KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: %1\n").arg(message));
     return status;
 }
 
 // Runs the window's Sync command and waits for the run, and for the revert of a Ctrl-C, to end.
-int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream) {
+int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream,
+                       const std::function<void()> &start) {
     KVAppDelegate &model = commandLine.model();
     KVHeadlessUserInterface &ui = commandLine.userInterface();
     KVOperationQueue &queue = model.syncQueue();
@@ -132,7 +134,7 @@ int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream) {
     });
     clock.start();
     const int alertsBefore = ui.alerts().size();
-    model.synchronizeTimeOrCancel();
+    start();
     if (ui.alerts().size() > alertsBefore ||
         ui.syncButtonTitle() != KVAppDelegate::alternateSyncButtonTitle()) {
         KVRunProgress::restoreSignalHandlers();
@@ -166,61 +168,95 @@ int KVRunSyncCommand(const QStringList &arguments) {
     model.applicationDidFinishLaunching(KVCommandLine::bundlePath());
     commandLine.addPaths(options->paths);
 
-    // The photos are marked the way clicks mark them: a double click for the reference, a
-    // click for each matching photo.
-    int referenceCamera = -1;
-    if (!options->reference.isEmpty()) {
-        KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
-        if (!reference)
-            return fail(QStringLiteral("%1 is not among the photos read").arg(options->reference),
-                        2);
-        reference->setImageState(KVImageStateEtalon);
-    }
-    QList<int> matchedCameras;
-    for (const QString &path : options->matches) {
-        int camera = -1;
-        KVImageFileRef match = findPhoto(model, path, &camera);
-        if (!match)
-            return fail(QStringLiteral("%1 is not among the photos read").arg(path), 2);
-        if (camera == referenceCamera || matchedCameras.contains(camera))
-            return fail(QStringLiteral("%1: one matching photo per camera, none on the reference's "
-                                       "camera")
-                            .arg(path),
-                        2);
-        matchedCameras << camera;
-        match->setImageState(KVImageStateSelected);
-    }
-    if (options->base.isValid()) {
-        KVManualDateTimeViewController &manual = model.manualDateTimeViewController();
-        manual.setFullDate(options->base);
-        manual.setIsEtalonDateSet(true);
-    }
-
-    const KVReferenceSet set = model.etalonWithSelectedImages();
-    const KVTimeIntervals intervals = set.timeIntervals();
     QJsonArray table;
-    QString text =
-        QStringLiteral("reference: %1, %2\n")
-            .arg(set.etalon->path().isEmpty() ? set.etalon->cameraName() : set.etalon->path(),
-                 KVCommandLine::dateText(set.etalon->creationDate()));
-    for (const auto &[key, interval] : intervals) {
-        const KVImageFileRef &match = set.selectedImages.at(key);
-        const qsizetype photos = model.imageFiles()->at(key).size();
-        text += QStringLiteral("%1  %2  %3 photos  (matching %4, %5)\n")
-                    .arg(key, offsetText(interval))
-                    .arg(photos)
-                    .arg(match->path(), KVCommandLine::dateText(match->creationDate()));
-        table.append(QJsonObject{{QStringLiteral("key"), key},
-                                 {QStringLiteral("seconds"), interval},
-                                 {QStringLiteral("photos"), static_cast<qint64>(photos)},
-                                 {QStringLiteral("match"), match->path()}});
+    QString text;
+    std::function<void()> start;
+    if (options->suggested) {
+        const KVCameraOffsetMemory memory;
+        const KVSuggestedMatches suggestion =
+            KVSuggestedMatches::suggest(model.imageFiles(), QString(), &memory);
+        const KVTimeIntervals intervals = suggestion.confidentIntervals();
+        text = KVSuggestionText(suggestion);
+        for (const auto &[key, interval] : intervals) {
+            const KVSuggestedMatches::Camera *camera = suggestion.cameraWithKey(key);
+            table.append(QJsonObject{
+                {QStringLiteral("key"), key},
+                {QStringLiteral("seconds"), interval},
+                {QStringLiteral("photos"), static_cast<qint64>(model.imageFiles()->at(key).size())},
+                {QStringLiteral("match"),
+                 camera->matchPhoto ? QJsonValue(camera->matchPhoto->path()) : QJsonValue()}});
+        }
+        text += intervals.empty()
+                    ? QStringLiteral("no camera is sure enough to sync by its suggested offset\n")
+                    : QStringLiteral("%1 of %2 cameras sure enough to sync by the offsets above\n")
+                          .arg(intervals.size())
+                          .arg(suggestion.cameras.size());
+        if (intervals.empty() && !options->json) {
+            KVCommandLine::print(stdout, text);
+            return 0;
+        }
+        start = [&model, intervals, reference = suggestion.referenceKey] {
+            model.synchronizeTimeIntervals(intervals, reference);
+        };
+    } else {
+        // The photos are marked the way clicks mark them: a double click for the reference, a
+        // click for each matching photo.
+        int referenceCamera = -1;
+        if (!options->reference.isEmpty()) {
+            KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
+            if (!reference)
+                return fail(
+                    QStringLiteral("%1 is not among the photos read").arg(options->reference), 2);
+            reference->setImageState(KVImageStateEtalon);
+        }
+        QList<int> matchedCameras;
+        for (const QString &path : options->matches) {
+            int camera = -1;
+            KVImageFileRef match = findPhoto(model, path, &camera);
+            if (!match)
+                return fail(QStringLiteral("%1 is not among the photos read").arg(path), 2);
+            if (camera == referenceCamera || matchedCameras.contains(camera))
+                return fail(
+                    QStringLiteral("%1: one matching photo per camera, none on the reference's "
+                                   "camera")
+                        .arg(path),
+                    2);
+            matchedCameras << camera;
+            match->setImageState(KVImageStateSelected);
+        }
+        if (options->base.isValid()) {
+            KVManualDateTimeViewController &manual = model.manualDateTimeViewController();
+            manual.setFullDate(options->base);
+            manual.setIsEtalonDateSet(true);
+        }
+
+        const KVReferenceSet set = model.etalonWithSelectedImages();
+        const KVTimeIntervals intervals = set.timeIntervals();
+        text =
+            QStringLiteral("reference: %1, %2\n")
+                .arg(set.etalon->path().isEmpty() ? set.etalon->cameraName() : set.etalon->path(),
+                     KVCommandLine::dateText(set.etalon->creationDate()));
+        for (const auto &[key, interval] : intervals) {
+            const KVImageFileRef &match = set.selectedImages.at(key);
+            const qsizetype photos = model.imageFiles()->at(key).size();
+            text += QStringLiteral("%1  %2  %3 photos  (matching %4, %5)\n")
+                        .arg(key, KVCommandLine::offsetText(interval))
+                        .arg(photos)
+                        .arg(match->path(), KVCommandLine::dateText(match->creationDate()));
+            table.append(QJsonObject{{QStringLiteral("key"), key},
+                                     {QStringLiteral("seconds"), interval},
+                                     {QStringLiteral("photos"), static_cast<qint64>(photos)},
+                                     {QStringLiteral("match"), match->path()}});
+        }
+
+        start = [&model] { model.synchronizeTimeOrCancel(); };
     }
     if (!options->json)
         KVCommandLine::print(stdout, text);
 
     int signalNumber = 0;
     if (!options->dryRun)
-        signalNumber = runSynchronization(commandLine, options->json ? stderr : stdout);
+        signalNumber = runSynchronization(commandLine, options->json ? stderr : stdout, start);
 
     KVHeadlessUserInterface &ui = commandLine.userInterface();
     QJsonArray alerts;

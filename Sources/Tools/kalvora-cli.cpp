@@ -23,7 +23,15 @@ const char *usage =
     "  reference) and each --match FILE as its camera's photo of the same moment, prints each\n"
     "  camera's offset and, unless --dry-run, shifts every photo of those cameras by it, as the\n"
     "  window's Sync Time does. Ctrl-C cancels like Cancel Syncing. Exit status 1 when a check\n"
-    "  stopped the run or a photo could not be changed.\n";
+    "  stopped the run or a photo could not be changed.\n"
+    "usage: kalvora-cli sync --suggested [--dry-run] [--json] PATHS...\n"
+    "  Suggests each camera's offset as suggest does and syncs every camera whose confidence is\n"
+    "  at least 0.8 by it, as the window's Sync Time does; prints what it did.\n"
+    "usage: kalvora-cli suggest [--reference-camera KEY] [--json] PATHS...\n"
+    "  Reads the photos in PATHS and suggests, from when they were taken, each camera's offset\n"
+    "  against the reference camera (by default the first in the window's order): the seconds to\n"
+    "  add to its dates, a confidence from 0 to 1 (from 0.8 on it is acted on), and the pair of\n"
+    "  photos that shows the match best. Changes nothing.\n";
 
 } // namespace
 
@@ -39,6 +47,8 @@ int main(int argc, char **argv) {
         status = KVRunShiftCommand(arguments);
     else if (command == QLatin1String("sync"))
         status = KVRunSyncCommand(arguments);
+    else if (command == QLatin1String("suggest"))
+        status = KVRunSuggestCommand(arguments);
     if (status == 2)
         std::fputs(usage, stderr);
     return status;
