@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The Kalvora developers
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds the benchmarks in Release and prints every figure of the
-# import, sync and timeline benchmarks in one table, with its target beside it.
+# import, sync, timeline and suggestion benchmarks in one table, with its target beside it.
 # Options are passed on: --import-count N (default 2000), --sync-count N (default 200).
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
@@ -29,6 +29,8 @@ echo "Running the sync benchmark ($sync_count photos)…" >&2
 "$benchmarks/kalvora-bench-sync" --count "$sync_count" >"$logs/sync" 2>&1
 echo "Running the timeline benchmark (50 cameras x 2,000 photos)…" >&2
 QT_QPA_PLATFORM=offscreen "$benchmarks/kalvora-bench-timeline" >"$logs/timeline" 2>&1
+echo "Running the suggestion benchmark (50 cameras x 2,000 photos, 1,000 generated events)…" >&2
+"$benchmarks/kalvora-bench-suggest" >"$logs/suggest" 2>&1
 
 # figure <label> <value> <target>
 row() { printf '%-44s %14s   %s\n' "$1" "$2" "$3"; }
@@ -57,5 +59,10 @@ row "timeline: show the browser (ms)" "$(value timeline 'show browser')" ""
 row "timeline: one zoom step, median (ms)" "$(value timeline 'zoom step, median')" ""
 row "timeline: row widgets alive" "$(value timeline 'row widgets alive,')" "what is visible"
 row "timeline: thumbnail items alive, most" "$(value timeline 'thumbnail items alive, most')" "what is visible"
+row "suggest: 50 cameras x 2,000 photos (ms)" "$(value suggest 'median of 5')" "< 1000"
+row "suggest: same, processor time (ms)" "$(value suggest 'processor time')" ""
+row "suggest: cameras within 2 s of the truth (%)" "$(value suggest 'within 2 s of the truth')" ""
+row "suggest: cameras confident (%)" "$(value suggest 'confident (>= 0.8)')" ""
+row "suggest: confident and wrong" "$(value suggest 'confident and wrong')" "0"
 echo
-echo "Full outputs: kalvora-bench-import, kalvora-bench-sync and kalvora-bench-timeline in $benchmarks" >&2
+echo "Full outputs: kalvora-bench-import, kalvora-bench-sync, kalvora-bench-timeline and kalvora-bench-suggest in $benchmarks" >&2

@@ -15,7 +15,7 @@ namespace {
 
 // Shifts are first counted by the minute.
 constexpr qint64 coarseBin = 60;
-constexpr std::size_t coarsePeaks = 12;
+constexpr std::size_t coarsePeaks = 8;
 constexpr std::size_t finePeaksPerWindow = 4;
 // Two photos less than this apart were taken at the same moment.
 constexpr qint64 tolerance = 1;
@@ -253,10 +253,21 @@ Windows coarseWindows(const Series &r, const Series &c, qint64 low, qint64 high)
                 votes[i] + (i > 0 ? votes[i - 1] : 0) + (i + 1 < votes.size() ? votes[i + 1] : 0);
         for (std::size_t peak : peaks(smoothed, coarsePeaks, 2)) {
             const qint64 bin = first + qint64(peak);
-            windows.ranges.emplace_back(std::max(low, (bin - 2) * coarseBin),
+            // The peak sums the bins either side: the shift lies within a bin of it.
+            windows.ranges.emplace_back(std::max(low, (bin - 1) * coarseBin),
                                         std::min(high, (bin + 2) * coarseBin));
         }
     }
+    // Both searches often point at the same minutes: those are looked at once.
+    std::sort(windows.ranges.begin(), windows.ranges.end());
+    std::vector<std::pair<qint64, qint64>> merged;
+    for (const auto &range : windows.ranges) {
+        if (!merged.empty() && range.first <= merged.back().second + 1)
+            merged.back().second = std::max(merged.back().second, range.second);
+        else
+            merged.push_back(range);
+    }
+    windows.ranges = std::move(merged);
     return windows;
 }
 
