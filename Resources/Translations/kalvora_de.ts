@@ -113,6 +113,12 @@
 <context>
     <name>KVAppDelegate</name>
     <message>
+        <source>No sure match found:
+match the photos by hand</source>
+        <translation>Keine sichere Zuordnung gefunden:
+ordnen Sie die Fotos von Hand zu</translation>
+    </message>
+    <message>
         <source>Enter Full Screen</source>
         <translation>Vollbild</translation>
     </message>
@@ -276,6 +282,37 @@ Kameras werden abgeglichen: %ld von %ld</translation>
     </message>
 </context>
 <context>
+    <name>KVMatchSuggester</name>
+    <message>
+        <source>Reference</source>
+        <translation>Referenz</translation>
+    </message>
+    <message>
+        <source>Remembered offset %1 s, not confirmed: match by hand</source>
+        <translation>Gemerkter Versatz %1 s, nicht bestätigt: von Hand zuordnen</translation>
+    </message>
+    <message>
+        <source>No sure match: match by hand</source>
+        <translation>Keine sichere Zuordnung: von Hand zuordnen</translation>
+    </message>
+    <message>
+        <source>Offset %1 s, but no photo of the reference moment: match by hand</source>
+        <translation>Versatz %1 s, aber kein Foto des Referenzmoments: von Hand zuordnen</translation>
+    </message>
+    <message>
+        <source>Remembered offset, drift %1 s</source>
+        <translation>Gemerkter Versatz, Abweichung %1 s</translation>
+    </message>
+    <message>
+        <source>Matched through %1</source>
+        <translation>Zugeordnet über %1</translation>
+    </message>
+    <message>
+        <source>Suggested: %1 s</source>
+        <translation>Vorgeschlagen: %1 s</translation>
+    </message>
+</context>
+<context>
     <name>KVStartView</name>
     <message>
         <source>Drag the photos that you want to sync here</source>
@@ -321,6 +358,14 @@ Kameras werden abgeglichen: %ld von %ld</translation>
 </context>
 <context>
     <name>KVWindow</name>
+    <message>
+        <source>Suggest Matches</source>
+        <translation>Zuordnungen vorschlagen</translation>
+    </message>
+    <message>
+        <source>Find the matching photos from when the photos were taken</source>
+        <translation>Passende Fotos anhand der Aufnahmezeiten finden</translation>
+    </message>
     <message>
         <source>Set the base date and time by hand</source>
         <translation>Basisdatum und -zeit von Hand einstellen</translation>

@@ -98,7 +98,7 @@ QString KVMatchSuggester::noteForCamera(const KVCameraSetsRef &imageFiles, const
         return tr("Remembered offset, drift %1 s").arg(signedSeconds(camera->drift));
     if (!camera->through.isEmpty())
         return tr("Matched through %1").arg(camera->through);
-    return tr("Suggested");
+    return tr("Suggested: %1 s").arg(signedSeconds(camera->offset));
 }
 
 void KVMatchSuggester::clear() {

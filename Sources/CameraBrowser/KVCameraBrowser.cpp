@@ -55,6 +55,7 @@ void KVCameraBrowser::reload() {
         return;
     // Kept zooms are by row number, and after a reload a row may show another camera.
     m_storedData.clear();
+    m_shownPhotos.clear();
     for (const auto &[row, view] : m_rowViews) {
         view->hide();
         m_idleViews.push_back(view);
@@ -154,12 +155,18 @@ KVTableCellView *KVCameraBrowser::makeViewForRow(int row) {
     view->setToolTip(m_dataSource ? m_dataSource->toolTipForCameraWithIndex(this, camera)
                                   : QString());
     view->setPhotos(photos, this);
+    bool isWarning = false;
+    const QString note =
+        m_dataSource ? m_dataSource->noteForCameraWithIndex(this, camera, &isWarning) : QString();
+    view->setNote(note, isWarning);
     // Through the slider's own action, so that the zoom keeps the reference photo in place.
     if (const std::optional<KVRestoreDate> stored = storedDataForRow(row)) {
         view->setSliderRange(stored->minValue, stored->maxValue);
         view->setSliderValue(stored->currentValue);
         view->takeDoubleValueFrom(stored->currentValue);
     }
+    if (const std::optional<int> shown = shownPhotoOfRow(row))
+        view->showPhotoAtIndex(*shown);
     return view;
 }
 
@@ -191,6 +198,25 @@ void KVCameraBrowser::scrollRowToVisible(int row) {
         bar->setValue(row * rowHeight);
     else if (rect.bottom() >= viewport()->height())
         bar->setValue((row + 1) * rowHeight - viewport()->height());
+}
+
+void KVCameraBrowser::showPhotos(const std::vector<std::pair<int, int>> &cameraPhotos) {
+    for (const auto &[camera, photo] : cameraPhotos) {
+        const auto it = std::find(m_rowCameras.begin(), m_rowCameras.end(), camera);
+        if (it == m_rowCameras.end())
+            continue;
+        const int row = int(it - m_rowCameras.begin());
+        m_shownPhotos[row] = photo;
+        // A row out of view is zoomed when it comes in; its kept zoom would undo that.
+        m_storedData.remove(row);
+        if (KVTableCellView *view = viewAtRow(row, false))
+            view->showPhotoAtIndex(photo);
+    }
+}
+
+std::optional<int> KVCameraBrowser::shownPhotoOfRow(int row) const {
+    const auto it = m_shownPhotos.find(row);
+    return it == m_shownPhotos.end() ? std::nullopt : std::optional(it->second);
 }
 
 std::vector<int> KVCameraBrowser::rowsWithViews() const {

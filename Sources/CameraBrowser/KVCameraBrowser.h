@@ -48,6 +48,10 @@ public:
     // too (it then lives until the next layout of the rows).
     KVTableCellView *viewAtRow(int row, bool makeIfNecessary);
     void scrollRowToVisible(int row);
+    // Zooms and scrolls each camera's row (by camera index) to its photo (by index), now and
+    // whenever the row comes into view, until the next reload.
+    void showPhotos(const std::vector<std::pair<int, int>> &cameraPhotos);
+    std::optional<int> shownPhotoOfRow(int row) const;
     // The rows that have a widget, and how many row widgets exist, idle ones and those about to
     // be deleted included.
     std::vector<int> rowsWithViews() const;
@@ -104,5 +108,6 @@ private:
     std::map<int, KVTableCellView *> m_rowViews;
     std::vector<KVTableCellView *> m_idleViews;
     QHash<int, KVRestoreDate> m_storedData;
+    std::map<int, int> m_shownPhotos; // row -> photo index
     bool m_layingOut = false;
 };

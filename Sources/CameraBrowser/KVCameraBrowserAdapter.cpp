@@ -23,6 +23,11 @@ KVCameraBrowserAdapter::imagesForCameraWithIndex(KVCameraBrowser *, int index) {
     return {files.begin(), files.end()};
 }
 
+QString KVCameraBrowserAdapter::noteForCameraWithIndex(KVCameraBrowser *, int index,
+                                                       bool *isWarning) {
+    return m_model.noteForCameraWithIndex(index, isWarning);
+}
+
 bool KVCameraBrowserAdapter::isProcessingPathes() const {
     return m_model.isProcessingPathes();
 }

@@ -20,6 +20,7 @@ public:
     QString toolTipForCameraWithIndex(KVCameraBrowser *browser, int index) override;
     std::vector<std::shared_ptr<KVImageDataSource>>
     imagesForCameraWithIndex(KVCameraBrowser *browser, int index) override;
+    QString noteForCameraWithIndex(KVCameraBrowser *browser, int index, bool *isWarning) override;
     bool isProcessingPathes() const override;
     void addNewFilesFromURLs(const QList<QUrl> &urls) override;
 

@@ -27,6 +27,14 @@ public:
     virtual std::vector<std::shared_ptr<KVImageDataSource>>
     imagesForCameraWithIndex(KVCameraBrowser *browser, int index) = 0;
 
+    // A note for the camera's row header, and whether it is a warning; none by default.
+    virtual QString noteForCameraWithIndex(KVCameraBrowser *browser, int index, bool *isWarning) {
+        Q_UNUSED(browser);
+        Q_UNUSED(index);
+        *isWarning = false;
+        return {};
+    }
+
     // True while files are being read: nothing may be dropped then.
     virtual bool isProcessingPathes() const = 0;
     virtual void addNewFilesFromURLs(const QList<QUrl> &urls) = 0;

@@ -44,6 +44,10 @@ constexpr double titleX = 8;
 constexpr double sliderWidth = 110;
 constexpr double sliderHeight = 18;
 constexpr double sliderRightMargin = 8;
+// The time across the row when it shows one photo.
+constexpr double shownSeconds = 60;
+const QColor warningNoteColor = QColor(0xf0, 0xa8, 0x3c);
+const QColor noteColor = QColor(0xc9, 0xdb, 0xb8);
 
 } // namespace
 
@@ -81,6 +85,27 @@ void KVTableCellView::setSectionTitle(const QString &title) {
         return;
     m_sectionTitle = title;
     update(KVFlippedRect(cameraHeaderBounds(), height()).toAlignedRect());
+}
+
+void KVTableCellView::setNote(const QString &note, bool isWarning) {
+    if (note == m_note && isWarning == m_isNoteWarning)
+        return;
+    m_note = note;
+    m_isNoteWarning = isWarning;
+    update(KVFlippedRect(cameraHeaderBounds(), height()).toAlignedRect());
+}
+
+void KVTableCellView::showPhotoAtIndex(int index) {
+    KVCameraViewDocumentView *timeline = documentView();
+    if (index < 0 || index >= timeline->imageCount())
+        return;
+    // A minute across the row tells the photo from its neighbours of the same burst.
+    const double wanted = std::clamp(double(timeline->visibleRect().width()) / shownSeconds,
+                                     timeline->minScaleValue(), timeline->maxScaleValue());
+    setSliderValue(convertScaleToSliderValue(wanted));
+    applySliderValue(m_value, timeline->imageFrame(index).center().x());
+    const QRectF frame = timeline->imageFrame(index);
+    timeline->setVisibleOriginX(frame.center().x() - timeline->visibleRect().width() * 0.5);
 }
 
 QRectF KVTableCellView::sliderFrame() const {
@@ -282,6 +307,7 @@ void KVTableCellView::paintEvent(QPaintEvent *event) {
                           header.y() + (header.height() - dateSize.height()) * 0.5,
                           dateSize.width(), dateSize.height());
     KVDrawString(painter, date, KVFlippedRect(dateRect, boundsHeight).topLeft(), dateAttributes);
+    drawNote(painter, header, dateRect.right() + 12, sliderFrame().x() - 12);
 
     const KVTextAttributes &titleAttributes = stringAttributesWithFontSize(13);
     const QString title =
@@ -290,6 +316,26 @@ void KVTableCellView::paintEvent(QPaintEvent *event) {
     const QRectF titleRect(titleX, header.y() + (header.height() - titleSize.height()) * 0.5,
                            titleSize.width(), titleSize.height());
     KVDrawString(painter, title, KVFlippedRect(titleRect, boundsHeight).topLeft(), titleAttributes);
+}
+
+void KVTableCellView::drawNote(QPainter &painter, const QRectF &header, double left,
+                               double right) const {
+    if (m_note.isEmpty() || right - left < 40)
+        return;
+    const KVTextAttributes &attributes = stringAttributesWithFontSize(11);
+    const QString text = trimmedStringWithAttributes(m_note, attributes, right - left - 12);
+    const QSizeF size = KVSizeWithAttributes(text, attributes);
+    const QRectF pill(right - size.width() - 12,
+                      header.y() + (header.height() - size.height() - 4) * 0.5, size.width() + 12,
+                      size.height() + 4);
+    const QRectF flipped = KVFlippedRect(pill, height());
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(m_isNoteWarning ? warningNoteColor : noteColor);
+    painter.drawRoundedRect(flipped, flipped.height() * 0.5, flipped.height() * 0.5);
+    painter.restore();
+    KVDrawString(painter, text, flipped.topLeft() + QPointF(6, 2), attributes);
 }
 
 bool KVTableCellView::event(QEvent *event) {

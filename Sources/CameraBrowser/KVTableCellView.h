@@ -42,6 +42,12 @@ public:
     void setCameraTitle(const QString &title);
     QString sectionTitle() const { return m_sectionTitle; }
     void setSectionTitle(const QString &title);
+    // A note on the header, between the date and the slider; a warning stands out.
+    QString note() const { return m_note; }
+    bool isNoteWarning() const { return m_isNoteWarning; }
+    void setNote(const QString &note, bool isWarning);
+    // Zooms to about a minute across the row around the photo, and scrolls it to the middle.
+    void showPhotoAtIndex(int index);
     // The row's tool tip shows over the header only (QWidget::setToolTip sets it).
 
     KVTimelineScrollView *scrollView() const { return m_scrollView; }
@@ -94,11 +100,14 @@ private:
     void updateKnob();
     void sliderMoved(int position);
     QRectF sliderFrame() const;
+    void drawNote(QPainter &painter, const QRectF &header, double left, double right) const;
 
     KVTimelineScrollView *m_scrollView = nullptr;
     QSlider *m_slider = nullptr;
     QString m_cameraTitle;
     QString m_sectionTitle;
+    QString m_note;
+    bool m_isNoteWarning = false;
     double m_minValue = 0;
     double m_maxValue = 0;
     double m_value = 0;

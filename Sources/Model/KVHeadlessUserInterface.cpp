@@ -81,6 +81,18 @@ void KVHeadlessUserInterface::closeManualDatePopover() {
     record(QStringLiteral("closePopover"));
 }
 
+void KVHeadlessUserInterface::showPhotosInBrowser(
+    const std::vector<std::pair<int, int>> &cameraPhotos) {
+    std::lock_guard lock(m_mutex);
+    m_shownPhotos = cameraPhotos;
+    record(QStringLiteral("showPhotos"));
+}
+
+std::vector<std::pair<int, int>> KVHeadlessUserInterface::shownPhotos() const {
+    std::lock_guard lock(m_mutex);
+    return m_shownPhotos;
+}
+
 int KVHeadlessUserInterface::runAlert(const QString &title, const QString &text,
                                       const QStringList &buttons) {
     std::function<int(const Alert &)> handler;

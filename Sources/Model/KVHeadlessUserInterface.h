@@ -39,6 +39,7 @@ public:
     void showFileReport(FileReportType type, const QList<QVariantMap> &records) override;
     void closeManualDatePopover() override;
     int runAlert(const QString &title, const QString &text, const QStringList &buttons) override;
+    void showPhotosInBrowser(const std::vector<std::pair<int, int>> &cameraPhotos) override;
 
     // Answers for the next alerts, in order. Without one, the handler answers, if set; else the
     // last button (OK, or Cancel where there is a choice).
@@ -55,6 +56,8 @@ public:
     QList<FileReport> fileReports() const;
     int popoverCloseCount() const;
     int beepCount() const;
+    // (camera, photo) of the rows last asked to show a photo.
+    std::vector<std::pair<int, int>> shownPhotos() const;
     // Every call, in order, by name: "lock", "unlock", "startView:1", "reload", "display:<text>"...
     QStringList calls() const;
 
@@ -77,4 +80,5 @@ private:
     std::deque<int> m_answers;
     std::function<int(const Alert &)> m_alertHandler;
     QStringList m_calls;
+    std::vector<std::pair<int, int>> m_shownPhotos;
 };

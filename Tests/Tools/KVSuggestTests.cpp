@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include "KVAppDelegate.h"
+#include "KVCameraOffsetMemory.h"
 #include "KVCameraSets.h"
 #include "KVChildProcess.h"
 #include "KVHeadlessUserInterface.h"
@@ -117,6 +119,63 @@ TEST(KVSuggestedMatches, DemoEventsAreMatchedToTheSecondAndNeverConfidentlyWrong
     }
     std::printf("demo events: %d of %d cameras confident, none wrong\n", confident, cameras);
     EXPECT_GE(confident, 9);
+}
+
+TEST(KVSuggestedMatches, TheDelegateMarksThemAsClicksWouldInPlaceOfEarlierMarks) {
+    QTemporaryDir folder;
+    const Answers answers = answersOf(makeDemoEvent(folder.path(), 1));
+    // Bodies synced by other tests would be remembered; these start from nothing.
+    KVUserDefaults::standardUserDefaults().setObject(QVariant(), KVCameraOffsetMemory::settingsKey);
+    KVHeadlessUserInterface ui;
+    KVAppDelegate delegate(&ui);
+    EXPECT_FALSE(delegate.canSuggestMatches());
+    const int reloads = ui.browserReloadCount();
+    delegate.openFiles({folder.filePath("event")});
+    ASSERT_TRUE(KVTest::waitFor([&] { return ui.browserReloadCount() > reloads; }));
+    ASSERT_EQ(delegate.numberOfCamerasInBrowser(), 4);
+    ASSERT_TRUE(delegate.canSuggestMatches());
+
+    // Marks made by hand against another reference: the last photo of the first camera, and a
+    // photo of the second camera.
+    delegate.imagesForCameraWithIndex(0).back()->setImageState(KVImageStateEtalon);
+    delegate.imagesForCameraWithIndex(1).back()->setImageState(KVImageStateSelected);
+    ASSERT_EQ(delegate.etalon(), delegate.imagesForCameraWithIndex(0).back());
+
+    delegate.suggestMatches();
+    const KVSuggestedMatches &suggestion = delegate.matchSuggester().suggestion();
+    ASSERT_TRUE(suggestion.referencePhoto);
+    EXPECT_EQ(delegate.etalon(), suggestion.referencePhoto);
+    const KVReferenceSet marked = delegate.etalonWithSelectedImages();
+    EXPECT_EQ(marked.selectedImages, suggestion.matches);
+    // Nothing else is marked anywhere, and the offsets a sync would apply are the true ones.
+    int marks = 0;
+    KVCameraSets::forEachImageFile(delegate.imageFiles(), [&](const KVImageFileRef &file) {
+        marks += file->imageState() != KVImageStateNormal ? 1 : 0;
+    });
+    EXPECT_EQ(marks, 1 + int(suggestion.matches.size()));
+    for (const auto &[key, interval] : marked.timeIntervals())
+        EXPECT_EQ(qint64(interval), answers.offsets[key]) << qPrintable(key);
+    EXPECT_TRUE(delegate.isSynchronizationPossible());
+
+    // Each marked photo is the one its row is asked to show; the headers say what was done.
+    std::vector<std::pair<int, int>> expected;
+    for (int camera = 0; camera < 4; ++camera) {
+        const std::vector<KVImageFileRef> &files = delegate.imagesForCameraWithIndex(camera);
+        for (int i = 0; i < int(files.size()); ++i) {
+            if (files[size_t(i)]->imageState() != KVImageStateNormal)
+                expected.emplace_back(camera, i);
+        }
+        bool isWarning = true;
+        const QString note = delegate.noteForCameraWithIndex(camera, &isWarning);
+        EXPECT_FALSE(isWarning) << qPrintable(note);
+        EXPECT_TRUE(camera == 0 ? note == "Reference" : note.startsWith("Suggested: "))
+            << qPrintable(note);
+    }
+    EXPECT_EQ(ui.shownPhotos(), expected);
+    // Photos added later make the notes stale: they go.
+    delegate.removeFiles();
+    bool isWarning = true;
+    EXPECT_EQ(delegate.noteForCameraWithIndex(0, &isWarning), QString());
 }
 
 TEST(KVSuggestCommand, PrintsEveryCameraButTheReferenceInTheAgreedShape) {

@@ -41,6 +41,7 @@ constexpr int kKVDisplayWidth = 420;
 constexpr int kKVDisplayHeight = 64;
 constexpr int kKVSyncButtonWidth = 120;
 constexpr int kKVSyncButtonHeight = 32;
+constexpr int kKVSuggestButtonWidth = 140;
 constexpr int kKVManualButtonSize = 32;
 
 // The delegate's keys the window follows.
@@ -105,6 +106,12 @@ void KVWindow::buildContent() {
     m_syncButton->setEnabled(false);
     connect(m_syncButton, &QAbstractButton::clicked, this,
             [this] { m_delegate->synchronizeTimeOrCancel(); });
+    m_suggestButton = new KVButtonCell(m_toolBar);
+    m_suggestButton->resize(kKVSuggestButtonWidth, kKVSyncButtonHeight);
+    m_suggestButton->setText(tr("Suggest Matches"));
+    m_suggestButton->setToolTip(tr("Find the matching photos from when the photos were taken"));
+    m_suggestButton->setEnabled(false);
+    connect(m_suggestButton, &QAbstractButton::clicked, this, &KVWindow::suggestMatches);
     m_toolBar->installEventFilter(this);
     layout->addWidget(m_toolBar);
 
@@ -152,6 +159,10 @@ void KVWindow::buildMenus() {
     m_undoAction->setShortcut(QKeySequence::Undo);
     m_redoAction = edit->addAction(tr("Redo"), this, &KVWindow::redo);
     m_redoAction->setShortcut(QKeySequence::Redo);
+    edit->addSeparator();
+    m_suggestMatchesAction =
+        edit->addAction(tr("Suggest Matches"), this, &KVWindow::suggestMatches);
+    m_suggestMatchesAction->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_M));
 
     QMenu *view = menuBar()->addMenu(tr("View"));
     m_fullScreenAction =
@@ -193,12 +204,14 @@ void KVWindow::validateMenuItems() {
     m_verboseLoggingAction->setChecked(checked);
     m_undoAction->setEnabled(m_delegate->validateUndoItem(false));
     m_redoAction->setEnabled(m_delegate->validateUndoItem(true));
+    m_suggestMatchesAction->setEnabled(m_delegate->canSuggestMatches());
     m_fullScreenAction->setText(m_delegate->fullScreenTitle(isFullScreen()));
 }
 
 void KVWindow::followDelegate() {
     m_syncButton->setEnabled(m_delegate->isEnabledSynchronization());
     m_manualButton->setEnabled(m_delegate->isManualSetEnable());
+    m_suggestButton->setEnabled(m_delegate->canSuggestMatches());
     validateMenuItems();
 }
 
@@ -283,6 +296,10 @@ KVManualDateTimeView *KVWindow::manualDateTimeView() {
     return m_manualDateTimeView;
 }
 
+void KVWindow::suggestMatches() {
+    m_delegate->suggestMatches();
+}
+
 void KVWindow::showManualDatePopover() {
     if (!m_delegate->isManualSetEnable())
         return;
@@ -326,7 +343,10 @@ bool KVWindow::eventFilter(QObject *watched, QEvent *event) {
 void KVWindow::layOutToolBar() {
     const int width = m_toolBar->width();
     const int height = m_toolBar->height();
-    const int displayWidth = qMin(kKVDisplayWidth, width - 2 * (kKVSyncButtonWidth + 40));
+    // The display stays in the middle, with room on its left for Suggest Matches and the round
+    // button.
+    const int displayWidth =
+        qMin(kKVDisplayWidth, width - 2 * (kKVSuggestButtonWidth + kKVManualButtonSize + 48));
     const int placeholderHeight = m_display->height();
     // In full screen the display sits in the middle, two points above it; in a window it hangs
     // from the top edge (lower-left-origin y = bar height - its height).
@@ -338,6 +358,8 @@ void KVWindow::layOutToolBar() {
     m_manualButton->move(m_display->x() - kKVManualButtonSize - 16,
                          middle - kKVManualButtonSize / 2);
     m_syncButton->move(m_display->geometry().right() + 16, middle - kKVSyncButtonHeight / 2);
+    m_suggestButton->move(m_manualButton->x() - kKVSuggestButtonWidth - 16,
+                          middle - kKVSyncButtonHeight / 2);
 }
 
 // What the delegate asks of its window.
@@ -400,6 +422,10 @@ void KVWindow::showFileReport(FileReportType type, const QList<QVariantMap> &rec
 void KVWindow::closeManualDatePopover() {
     if (m_manualDateTimeView)
         m_manualDateTimeView->hide();
+}
+
+void KVWindow::showPhotosInBrowser(const std::vector<std::pair<int, int>> &cameraPhotos) {
+    m_browser->showPhotos(cameraPhotos);
 }
 
 int KVWindow::runAlert(const QString &title, const QString &text, const QStringList &buttons) {

@@ -43,6 +43,7 @@ public:
     KVCameraBrowser *cameraBrowser() const { return m_browser; }
     KVDisplayView *displayView() const { return m_display; }
     KVButtonCell *syncButton() const { return m_syncButton; }
+    KVButtonCell *suggestButton() const { return m_suggestButton; }
     KVRoundButtonCell *manualButton() const { return m_manualButton; }
     KVStartView *startView() const { return m_startView; }
     KVLockView *lockView() const { return m_lockView; }
@@ -55,6 +56,7 @@ public:
     QAction *quitAction() const { return m_quitAction; }
     QAction *verboseLoggingAction() const { return m_verboseLoggingAction; }
     QAction *fullScreenAction() const { return m_fullScreenAction; }
+    QAction *suggestMatchesAction() const { return m_suggestMatchesAction; }
     // Enables the menu items by the delegate's rules; run whenever what they depend on changes.
     void validateMenuItems();
 
@@ -74,6 +76,7 @@ public:
     void showFileReport(FileReportType type, const QList<QVariantMap> &records) override;
     void closeManualDatePopover() override;
     int runAlert(const QString &title, const QString &text, const QStringList &buttons) override;
+    void showPhotosInBrowser(const std::vector<std::pair<int, int>> &cameraPhotos) override;
 
     void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;
 
@@ -89,6 +92,7 @@ public slots:
     void contactSupportByEMail();
     void gotoWebsite();
     void showManualDatePopover();
+    void suggestMatches();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -107,6 +111,7 @@ private:
     KVToolBar *m_toolBar = nullptr;
     KVDisplayView *m_display = nullptr;
     KVButtonCell *m_syncButton = nullptr;
+    KVButtonCell *m_suggestButton = nullptr;
     KVRoundButtonCell *m_manualButton = nullptr;
     QStackedWidget *m_stack = nullptr;
     KVCameraBrowser *m_browser = nullptr;
@@ -121,6 +126,7 @@ private:
     QAction *m_redoAction = nullptr;
     QAction *m_fullScreenAction = nullptr;
     QAction *m_verboseLoggingAction = nullptr;
+    QAction *m_suggestMatchesAction = nullptr;
     bool m_closeButtonEnabled = true;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
 };
