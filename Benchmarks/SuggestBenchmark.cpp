@@ -12,7 +12,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QRandomGenerator>
 #include <QStringList>
 
 #include <algorithm>
@@ -79,15 +78,7 @@ void measureAccuracy(int events) {
     // By tenth of confidence: cameras, and those within 2 s.
     std::array<std::array<int, 2>, 11> reliability{};
     for (int event = 1; event <= events; ++event) {
-        QRandomGenerator random(quint32(event) * 7919);
-        KVSyntheticShooting::Plan plan;
-        plan.seed = quint32(event);
-        plan.cameras = 3 + int(random.bounded(6));
-        plan.mostPhotos = random.bounded(2) ? 2000 : 200;
-        plan.largestClockError = random.bounded(2) ? 300 * 86400 : 4000;
-        plan.missedShare = 0.1 + 0.5 * random.generateDouble();
-        plan.chainedCameras = plan.cameras >= 4 ? int(random.bounded(2)) : 0;
-        plan.strangerCameras = plan.cameras >= 5 ? int(random.bounded(2)) : 0;
+        const KVSyntheticShooting::Plan plan = KVSyntheticShooting::randomPlan(quint32(event));
         const std::vector<KVSyntheticShooting::Camera> truth = KVSyntheticShooting::make(plan);
         const std::vector<KVOffsetEstimator::Estimate> estimates =
             KVOffsetEstimator::estimate(timesOf(truth), 0);

@@ -34,7 +34,7 @@ constexpr qint64 momentSpan = 60;
 constexpr qint64 burstGap = 20;
 // Three tests, two searches, and bursts whose first photos come in clusters make chance luckier
 // than the count of shifts alone says: measured on a thousand generated events
-// (kalvora-bench-suggest), no wrong answer got more than half the confidence needed with this.
+// (kalvora-bench-suggest), no wrong answer came near the confidence acted on with this.
 constexpr double lookElsewhere = 10;
 // Photos that a shift pairs, looked at to weigh it, at most.
 constexpr std::size_t lookedAtPairs = 40;

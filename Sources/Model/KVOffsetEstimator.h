@@ -9,16 +9,21 @@
 #include <optional>
 #include <vector>
 
-// Finds, from capture times alone, how far each camera's clock is off against a reference
-// camera. Cameras at one event shoot the same moments (the vows, the rings, the cake), so the
-// right shift is the one at which one camera's photos land on the reference's far more often
-// than chance would have them; a shift is scored by that excess over chance, so that a camera
-// shooting all day long does not win every shift, and a camera that missed moments or sat
-// silent for hours only gives less evidence.
+// Finds, from capture times, how far each camera's clock is off against a reference camera.
+// Cameras at one event shoot the same moments (the vows, the rings, the cake), so the right shift
+// lines one camera's photos up with the reference's far more often than chance would. A shift is
+// judged by three counts of the camera's bursts, each against what chance would give there, how
+// busy the reference is around each photo considered: bursts with a photo taken in the very same
+// second as one of the reference's, bursts with one within a second, and bursts that begin within
+// a second of one of the reference's. So a camera shooting all day long does not win every shift,
+// and a camera that missed moments or sat silent for hours only gives less evidence.
 //
 // Every shift at which the two cameras' spans overlap, up to 400 days either way, is searched:
-// minutes in which both cameras shot are counted for every shift at once, and the best of those
-// shifts are then looked at to the second.
+// the minutes in which both shot, and in which their bursts began, are counted for every shift
+// at once, and the best of those shifts are looked at to the second. The confidence weighs the
+// best shift against its rivals, near and far, and against the luck that any of the shifts
+// searched could have had; photos that look alike (when their looks are given) add to it. A
+// camera that lines up with no one is placed, if it can be, through one that does.
 class KVOffsetEstimator {
 public:
     // From this confidence on a suggestion is acted on: marked in the window, synced by the

@@ -8,6 +8,7 @@
 #include "KVPhotoLooks.h"
 
 #include <cmath>
+#include <functional>
 #include <set>
 
 namespace {
@@ -102,12 +103,18 @@ KVSuggestedMatches KVSuggestedMatches::suggest(const KVCameraSetsRef &imageFiles
     std::map<qint64, double> votes;
     const std::vector<qint64> &referenceTimes = times[size_t(reference)];
     const std::set<qint64> referenceMoments(referenceTimes.begin(), referenceTimes.end());
-    for (std::size_t i = 0, c = 0; i < keys.size(); ++i) {
-        if (int(i) == reference)
-            continue;
-        const Camera &camera = result.cameras[c++];
-        if (!camera.isConfident())
-            continue;
+    // Each sure camera with its index among all cameras.
+    const auto forEachSureCamera =
+        [&](const std::function<void(std::size_t, const Camera &)> &body) {
+            for (std::size_t i = 0, c = 0; i < keys.size(); ++i) {
+                if (int(i) == reference)
+                    continue;
+                const Camera &camera = result.cameras[c++];
+                if (camera.isConfident())
+                    body(i, camera);
+            }
+        };
+    forEachSureCamera([&](std::size_t i, const Camera &camera) {
         std::map<qint64, double> own;
         for (const qint64 time : times[i]) {
             const qint64 moment = time + qint64(camera.offset);
@@ -120,7 +127,7 @@ KVSuggestedMatches KVSuggestedMatches::suggest(const KVCameraSetsRef &imageFiles
         }
         for (const auto &[moment, vote] : own)
             votes[moment] += vote;
-    }
+    });
     if (votes.empty())
         return result;
     auto chosen = votes.begin();
@@ -130,15 +137,10 @@ KVSuggestedMatches KVSuggestedMatches::suggest(const KVCameraSetsRef &imageFiles
     }
     const qint64 moment = chosen->first;
     result.referencePhoto = photoAt(referencePhotos, referenceTimes, moment);
-    for (std::size_t i = 0, c = 0; i < keys.size(); ++i) {
-        if (int(i) == reference)
-            continue;
-        const Camera &camera = result.cameras[c++];
-        if (!camera.isConfident())
-            continue;
+    forEachSureCamera([&](std::size_t i, const Camera &camera) {
         if (KVImageFileRef match = photoAt(*photos[i], times[i], moment - qint64(camera.offset)))
             result.matches[camera.key] = match;
-    }
+    });
     return result;
 }
 

@@ -5,8 +5,6 @@
 
 #include "KVSyntheticShooting.h"
 
-#include <QRandomGenerator>
-
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -115,15 +113,7 @@ TEST(KVOffsetEstimator, GeneratedEventsLineUpWithoutAConfidentWrongAnswer) {
 TEST(KVOffsetEstimator, ManyGeneratedEventsGiveTheShareWithinTwoSecondsAndNoConfidentWrongAnswer) {
     Tally tally;
     for (quint32 seed = 1; seed <= 100; ++seed) {
-        QRandomGenerator random(seed * 7919);
-        Plan plan;
-        plan.seed = seed;
-        plan.cameras = 3 + int(random.bounded(6));
-        plan.mostPhotos = random.bounded(2) ? 2000 : 200;
-        plan.largestClockError = random.bounded(2) ? 300 * 86400 : 4000;
-        plan.missedShare = 0.1 + 0.5 * random.generateDouble();
-        plan.chainedCameras = plan.cameras >= 4 ? int(random.bounded(2)) : 0;
-        plan.strangerCameras = plan.cameras >= 5 ? int(random.bounded(2)) : 0;
+        const KVSyntheticShooting::Plan plan = KVSyntheticShooting::randomPlan(seed);
         const std::vector<KVSyntheticShooting::Camera> cameras = KVSyntheticShooting::make(plan);
         check(cameras, KVOffsetEstimator::estimate(timesOf(cameras), 0), tally, "sweep");
     }

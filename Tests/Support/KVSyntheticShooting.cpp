@@ -113,3 +113,16 @@ std::vector<KVSyntheticShooting::Camera> KVSyntheticShooting::make(const Plan &p
     }
     return cameras;
 }
+
+KVSyntheticShooting::Plan KVSyntheticShooting::randomPlan(quint32 seed) {
+    QRandomGenerator random(seed * 7919);
+    Plan plan;
+    plan.seed = seed;
+    plan.cameras = 3 + int(random.bounded(6));
+    plan.mostPhotos = random.bounded(2) ? 2000 : 200;
+    plan.largestClockError = random.bounded(2) ? 300 * 86400 : 4000;
+    plan.missedShare = 0.1 + 0.5 * random.generateDouble();
+    plan.chainedCameras = plan.cameras >= 4 ? int(random.bounded(2)) : 0;
+    plan.strangerCameras = plan.cameras >= 5 ? int(random.bounded(2)) : 0;
+    return plan;
+}

@@ -33,4 +33,8 @@ struct KVSyntheticShooting {
 
     // Camera 0 is the reference; the same plan always gives the same event.
     static std::vector<Camera> make(const Plan &plan);
+    // A plan drawn from the seed: 3 to 8 cameras, up to 200 or 2,000 photos each, clocks off by
+    // up to an hour or 300 days, 10 to 60 % of the moments missed, now and then a camera that
+    // only meets a third one and one at another event.
+    static Plan randomPlan(quint32 seed);
 };
