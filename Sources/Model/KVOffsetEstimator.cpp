@@ -41,6 +41,8 @@ constexpr std::size_t lookedAtPairs = 40;
 // How many spreads further apart photos of different moments must look than those a shift pairs
 // within a moment for the moments to be taken as lined up.
 constexpr double seenMoments = 5;
+// Shifts of other moments tried when the photos the best one pairs do not look alike.
+constexpr std::size_t seenCandidates = 4;
 // The most that the looks of the photos may change the odds between two shifts, in nats.
 constexpr double maximumLookOdds = 4;
 // A remembered offset with nothing in the photos to confirm it is offered, but not acted on.
@@ -422,31 +424,60 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
             return a.surprise > b.surprise;
         return a.exact > b.exact;
     };
-    Scored best = *std::min_element(scored.begin(), scored.end(), isBetter);
     // A nearest rival that does better takes over, and its own neighbours are weighed in turn.
-    for (int round = 0; round < 3; ++round) {
-        for (qint64 step = rivalDistance + 1; step <= rivalDistance + nearRivals; ++step) {
-            for (const qint64 shift : {best.shift - step, best.shift + step}) {
-                const bool isKnown =
-                    std::any_of(scored.begin(), scored.end(),
-                                [shift](const Scored &other) { return other.shift == shift; });
-                if (shift >= low && shift <= high && !isKnown)
-                    scored.push_back(scoreShift(r, c, shift));
+    const auto settle = [&](Scored start) {
+        for (int round = 0; round < 3; ++round) {
+            std::optional<Scored> next;
+            for (qint64 step = rivalDistance + 1; step <= rivalDistance + nearRivals; ++step) {
+                for (const qint64 shift : {start.shift - step, start.shift + step}) {
+                    if (shift < low || shift > high)
+                        continue;
+                    auto known =
+                        std::find_if(scored.begin(), scored.end(),
+                                     [shift](const Scored &other) { return other.shift == shift; });
+                    const Scored neighbour = known != scored.end()
+                                                 ? *known
+                                                 : scored.emplace_back(scoreShift(r, c, shift));
+                    if (isBetter(neighbour, next.value_or(start)))
+                        next = neighbour;
+                }
             }
+            if (!next)
+                break;
+            start = *next;
         }
-        const Scored next = *std::min_element(scored.begin(), scored.end(), isBetter);
-        if (next.shift == best.shift)
-            break;
-        best = next;
-    }
+        return start;
+    };
+    Scored best = settle(*std::min_element(scored.begin(), scored.end(), isBetter));
     // Where the photos can be seen, those the best shift pairs within a moment must look far
     // more alike than photos of different moments do: then the moments surely line up, and
-    // each other answer is also weighed by how alike the photos it pairs look.
+    // each other answer is also weighed by how alike the photos it pairs look. When they do not,
+    // the next best shifts by time whose photos are seen to line up take over.
     std::vector<double> bestLooks, bestNearLooks;
     bool isSeen = false;
     if (distance) {
-        bestNearLooks = looksAt(r, c, best.shift, true, distance);
-        isSeen = furtherApart(bestNearLooks, looksApart(r, c, best.shift, distance)) >= seenMoments;
+        const auto isSeenAt = [&](qint64 shift, std::vector<double> &near) {
+            near = looksAt(r, c, shift, true, distance);
+            return furtherApart(near, looksApart(r, c, shift, distance)) >= seenMoments;
+        };
+        isSeen = isSeenAt(best.shift, bestNearLooks);
+        std::vector<Scored> others = scored;
+        std::sort(others.begin(), others.end(), isBetter);
+        std::vector<qint64> tried{best.shift};
+        for (const Scored &other : others) {
+            if (isSeen || tried.size() > seenCandidates)
+                break;
+            if (std::any_of(tried.begin(), tried.end(), [&](qint64 shift) {
+                    return std::abs(shift - other.shift) <= momentSpan;
+                }))
+                continue;
+            tried.push_back(other.shift);
+            std::vector<double> near;
+            if (isSeenAt(other.shift, near)) {
+                best = settle(other);
+                isSeen = isSeenAt(best.shift, bestNearLooks);
+            }
+        }
         bestLooks = looksAt(r, c, best.shift, false, distance);
     }
     // A surprise is the log of a shift's odds against chance, so the odds of the best shift
