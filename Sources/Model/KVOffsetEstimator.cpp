@@ -4,6 +4,7 @@
 #include "KVOffsetEstimator.h"
 
 #include "KVParallelFor.h"
+#include "KVShiftLooks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,14 +31,11 @@ constexpr qint64 nearRivals = 4;
 constexpr qint64 rememberedWindow = 600;
 // The moment a pair of photos shows: the photos that line up around it are counted.
 constexpr qint64 momentSpan = 60;
-// Photos further apart than this belong to different bursts.
-constexpr qint64 burstGap = 20;
+constexpr qint64 burstGap = KVCameraTimes::burstGap;
 // Three tests, two searches, and bursts whose first photos come in clusters make chance luckier
 // than the count of shifts alone says: measured on a thousand generated events
 // (kalvora-bench-suggest), no wrong answer came near the confidence acted on with this.
 constexpr double lookElsewhere = 10;
-// Photos that a shift pairs, looked at to weigh it, at most.
-constexpr std::size_t lookedAtPairs = 40;
 // How many spreads further apart photos of different moments must look than those a shift pairs
 // within a moment for the moments to be taken as lined up.
 constexpr double seenMoments = 5;
@@ -50,33 +48,6 @@ constexpr double unconfirmedRememberedConfidence = 0.5;
 
 qint64 floorDiv(qint64 a, qint64 b) {
     return a >= 0 ? a / b : -((-a + b - 1) / b);
-}
-
-// A camera's distinct times, ascending (frames within one second are one moment, not several
-// coincidences), and the first photo of each of its bursts.
-struct Series {
-    int camera = -1;
-    std::vector<qint64> times;
-    std::vector<qint64> firstIndex; // into the times given, the first photo at each time
-    std::vector<qint64> onsets;
-};
-
-Series makeSeries(const std::vector<qint64> &times) {
-    std::vector<qint64> order(times.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(),
-                     [&](qint64 a, qint64 b) { return times[size_t(a)] < times[size_t(b)]; });
-    Series series;
-    for (qint64 index : order) {
-        const qint64 time = times[size_t(index)];
-        if (series.times.empty() || series.times.back() != time) {
-            if (series.times.empty() || time - series.times.back() > burstGap)
-                series.onsets.push_back(time);
-            series.times.push_back(time);
-            series.firstIndex.push_back(index);
-        }
-    }
-    return series;
 }
 
 // log P(X >= k) for X of Poisson(mean), from the series of the tail's terms.
@@ -116,7 +87,7 @@ struct Scored {
 // often fire in the same second); one within a second; and a burst that begins within a second
 // of one of r's (a camera that shoots a moment through says when it began). Chance is judged by
 // how busy r is around each photo.
-Scored scoreShift(const Series &r, const Series &c, qint64 shift) {
+Scored scoreShift(const KVCameraTimes &r, const KVCameraTimes &c, qint64 shift) {
     Scored scored;
     scored.shift = shift;
     Tally exact, near, onset;
@@ -236,7 +207,7 @@ std::vector<quint32> coarseVotes(const std::vector<qint64> &reference,
 // The windows of shifts worth a look to the second: where the two cameras shot in the same
 // minutes most, and where their bursts began in the same minutes most (a camera that shoots
 // all day long fills every minute, but its bursts still begin with the moments).
-Windows coarseWindows(const Series &r, const Series &c, qint64 low, qint64 high) {
+Windows coarseWindows(const KVCameraTimes &r, const KVCameraTimes &c, qint64 low, qint64 high) {
     const qint64 first = floorDiv(low, coarseBin) - 1;
     const qint64 last = floorDiv(high, coarseBin) + 1;
     Windows windows;
@@ -292,7 +263,7 @@ std::vector<quint32> fineVotes(const std::vector<qint64> &rt, const std::vector<
 
 // Fine search within [low, high]: the shifts with most pairs of photos, and of bursts' first
 // photos, within a second are scored.
-void scoreWindow(const Series &r, const Series &c, qint64 low, qint64 high,
+void scoreWindow(const KVCameraTimes &r, const KVCameraTimes &c, qint64 low, qint64 high,
                  std::vector<Scored> &scored) {
     if (low > high)
         return;
@@ -332,76 +303,8 @@ struct PairResult {
     double confidence = 0;
 };
 
-// The distances between the looks of photos that a shift pairs: photos taken in the same second
-// (or, with `nearest`, each photo of c and the photo of r nearest to it within the
-// neighbourhood), at most a few dozen, spread over the day.
-std::vector<double> looksAt(const Series &r, const Series &c, qint64 shift, bool nearest,
-                            const KVOffsetEstimator::PhotoDistance &distance) {
-    std::vector<std::pair<std::size_t, std::size_t>> pairs;
-    const std::vector<qint64> &rt = r.times;
-    const qint64 reach = nearest ? neighbourhood : 0;
-    for (std::size_t j = 0; j < c.times.size(); ++j) {
-        const qint64 x = c.times[j] + shift;
-        const auto it = std::lower_bound(rt.begin(), rt.end(), x - reach);
-        if (it == rt.end() || *it > x + reach)
-            continue;
-        auto closest = it;
-        for (auto k = it; k != rt.end() && *k <= x + reach; ++k) {
-            if (std::abs(*k - x) < std::abs(*closest - x))
-                closest = k;
-        }
-        pairs.emplace_back(size_t(closest - rt.begin()), j);
-    }
-    std::vector<double> distances;
-    const std::size_t step = std::max<std::size_t>(1, pairs.size() / lookedAtPairs);
-    for (std::size_t i = 0; i < pairs.size(); i += step) {
-        const std::optional<double> apart = distance(r.camera, r.firstIndex[pairs[i].first],
-                                                     c.camera, c.firstIndex[pairs[i].second]);
-        if (apart)
-            distances.push_back(*apart);
-    }
-    return distances;
-}
-
-// Photos of c against photos of r taken at other moments: how unlike photos look by chance.
-std::vector<double> looksApart(const Series &r, const Series &c, qint64 shift,
-                               const KVOffsetEstimator::PhotoDistance &distance) {
-    std::vector<double> distances;
-    const std::size_t n = r.times.size();
-    const std::size_t step = std::max<std::size_t>(1, c.times.size() / lookedAtPairs);
-    for (std::size_t j = 0; j < c.times.size() && n > 0; j += step) {
-        const std::size_t i = (j * 7919 + n / 2) % n;
-        if (std::abs(r.times[i] - c.times[j] - shift) <= 10 * momentSpan)
-            continue;
-        if (const std::optional<double> apart =
-                distance(r.camera, r.firstIndex[i], c.camera, c.firstIndex[j]))
-            distances.push_back(*apart);
-    }
-    return distances;
-}
-
-// Welch's t of how much further apart the looks of `b` are than those of `a`; 0 with too few of
-// `a`. A handful of `b` is taken to spread as `a` does.
-double furtherApart(const std::vector<double> &a, const std::vector<double> &b) {
-    if (a.size() < 3 || b.empty())
-        return 0;
-    const auto meanAndVariance = [](const std::vector<double> &values) {
-        const double mean =
-            std::accumulate(values.begin(), values.end(), 0.0) / double(values.size());
-        double square = 0;
-        for (const double value : values)
-            square += (value - mean) * (value - mean);
-        return std::pair(mean, values.size() > 1 ? square / double(values.size() - 1) : 0.0);
-    };
-    const auto [meanA, varianceA] = meanAndVariance(a);
-    auto [meanB, varianceB] = meanAndVariance(b);
-    if (b.size() < 3)
-        varianceB = varianceA;
-    return (meanB - meanA) /
-           std::sqrt(varianceA / double(a.size()) + varianceB / double(b.size()) + 1e-9);
-}
-
-PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> remembered,
+PairResult comparePair(const KVCameraTimes &r, const KVCameraTimes &c,
+                       std::optional<qint64> remembered,
                        const KVOffsetEstimator::PhotoDistance &distance) {
     PairResult result;
     if (r.times.empty() || c.times.empty())
@@ -457,8 +360,9 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
     bool isSeen = false;
     if (distance) {
         const auto isSeenAt = [&](qint64 shift, std::vector<double> &near) {
-            near = looksAt(r, c, shift, true, distance);
-            return furtherApart(near, looksApart(r, c, shift, distance)) >= seenMoments;
+            near = KVShiftLooks::paired(r, c, shift, neighbourhood, distance);
+            return KVShiftLooks::furtherApart(near, KVShiftLooks::apart(r, c, shift, distance)) >=
+                   seenMoments;
         };
         isSeen = isSeenAt(best.shift, bestNearLooks);
         std::vector<Scored> others = scored;
@@ -478,7 +382,7 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
                 isSeen = isSeenAt(best.shift, bestNearLooks);
             }
         }
-        bestLooks = looksAt(r, c, best.shift, false, distance);
+        bestLooks = KVShiftLooks::paired(r, c, best.shift, 0, distance);
     }
     // A surprise is the log of a shift's odds against chance, so the odds of the best shift
     // against each other answer are in the difference of their surprises.
@@ -490,8 +394,11 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
         if (isSeen) {
             const bool isNear = std::abs(other.shift - best.shift) <= rivalDistance + nearRivals;
             const double apart =
-                isNear ? furtherApart(bestLooks, looksAt(r, c, other.shift, false, distance))
-                       : furtherApart(bestNearLooks, looksAt(r, c, other.shift, true, distance));
+                isNear ? KVShiftLooks::furtherApart(
+                             bestLooks, KVShiftLooks::paired(r, c, other.shift, 0, distance))
+                       : KVShiftLooks::furtherApart(
+                             bestNearLooks,
+                             KVShiftLooks::paired(r, c, other.shift, neighbourhood, distance));
             // Photos of other moments look unlike much more surely than photos a few
             // seconds apart do.
             const double most = isNear ? maximumLookOdds : 2 * maximumLookOdds;
@@ -515,7 +422,7 @@ PairResult comparePair(const Series &r, const Series &c, std::optional<qint64> r
 // The pair of photos that shows the shift best: of the photos that line up, one in the busiest
 // moment, an exact match before one a second off. None when no moment has `fewest` photos that
 // line up.
-std::pair<qint64, qint64> bestPair(const Series &r, const Series &c, qint64 shift,
+std::pair<qint64, qint64> bestPair(const KVCameraTimes &r, const KVCameraTimes &c, qint64 shift,
                                    std::size_t fewest) {
     struct Hit {
         std::size_t reference;
@@ -569,19 +476,16 @@ KVOffsetEstimator::estimate(const std::vector<std::vector<qint64>> &times, int r
     std::vector<Estimate> estimates(count);
     if (reference < 0 || size_t(reference) >= count)
         return estimates;
-    std::vector<Series> series(count);
-    KVParallelFor(count, [&](std::size_t i) {
-        series[i] = makeSeries(times[i]);
-        series[i].camera = int(i);
-    });
-    const Series &referenceSeries = series[size_t(reference)];
+    std::vector<KVCameraTimes> series(count);
+    KVParallelFor(count, [&](std::size_t i) { series[i] = KVCameraTimes::make(times[i], int(i)); });
+    const KVCameraTimes &referenceKVCameraTimes = series[size_t(reference)];
     estimates[size_t(reference)].confidence = 1;
 
     KVParallelFor(count, [&](std::size_t i) {
         if (int(i) == reference)
             return;
         const std::optional<qint64> prior = i < remembered.size() ? remembered[i] : std::nullopt;
-        const PairResult pair = comparePair(referenceSeries, series[i], prior, distance);
+        const PairResult pair = comparePair(referenceKVCameraTimes, series[i], prior, distance);
         Estimate &estimate = estimates[i];
         if (pair.best.hits > 0) {
             estimate.offset = pair.best.shift;
@@ -649,8 +553,8 @@ KVOffsetEstimator::estimate(const std::vector<std::vector<qint64>> &times, int r
             return;
         // A camera placed through another may share no moment with the reference: a lone photo
         // that happens to line up is no proof of the match.
-        const auto [referenceIndex, matchIndex] =
-            bestPair(referenceSeries, series[i], estimate.offset, estimate.through < 0 ? 1 : 2);
+        const auto [referenceIndex, matchIndex] = bestPair(
+            referenceKVCameraTimes, series[i], estimate.offset, estimate.through < 0 ? 1 : 2);
         estimate.referenceIndex = referenceIndex;
         estimate.matchIndex = matchIndex;
     });
