@@ -3,11 +3,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Installs what is missing, builds the benchmarks in Release and prints every figure of the
 # import, sync, timeline and suggestion benchmarks in one table, with its target beside it.
-# Options are passed on: --import-count N (default 2000), --sync-count N (default 200).
+# Options are passed on: --import-count N (default 2000), --sync-count N (default 100).
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 
-import_count=2000 sync_count=200
+import_count=2000 sync_count=100
 while [ $# -gt 0 ]; do
     case $1 in
     --import-count) import_count=$2; shift 2 ;;
@@ -25,7 +25,7 @@ trap 'rm -rf "$logs"' EXIT
 
 echo "Running the import benchmark ($import_count photos)…" >&2
 "$benchmarks/kalvora-bench-import" --count "$import_count" >"$logs/import" 2>&1
-echo "Running the sync benchmark ($sync_count photos)…" >&2
+echo "Running the sync benchmark ($sync_count photos of 6000 x 4000 px)…" >&2
 "$benchmarks/kalvora-bench-sync" --count "$sync_count" >"$logs/sync" 2>&1
 echo "Running the timeline benchmark (50 cameras x 2,000 photos)…" >&2
 QT_QPA_PLATFORM=offscreen "$benchmarks/kalvora-bench-timeline" >"$logs/timeline" 2>&1
@@ -37,7 +37,8 @@ row() { printf '%-44s %14s   %s\n' "$1" "$2" "$3"; }
 # The number at the end of a "name   value unit" line of a benchmark's output.
 value() { grep -m1 -F "$2" "$logs/$1" | sed -E 's/.*[[:space:]]([-0-9.]+)[[:space:]]*[a-z%]*$/\1/'; }
 import_value() { grep -m1 -F "$1" "$logs/import" | awk '{for (i = 1; i <= NF; ++i) if ($i ~ /^[0-9.]+$/) { print $i; exit } }'; }
-sync_field() { awk -v w="$1" -v f="$2" '$1 == w && NF >= 7 { print $f }' "$logs/sync"; }
+# The first number after "label:" on the sync benchmark's line of that label.
+sync_value() { grep -m1 -F "$1:" "$logs/sync" | sed -E 's/^[^:]*:[[:space:]]*([-0-9.]+).*/\1/'; }
 
 printf '\n%-44s %14s   %s\n' "figure" "measured" "target"
 printf '%s\n' "$(printf '%.0s-' {1..80})"
@@ -45,12 +46,13 @@ row "import: photos per second" "$(import_value 'photos per second')" ">= 1500"
 row "import: times faster than exiftool -fast2" "$(import_value 'times faster')" ">= 5"
 row "import: memory per loaded photo (KB)" "$(import_value 'memory per loaded photo')" "<= 100"
 row "import: peak resident memory (KB)" "$(import_value 'peak resident memory')" ""
-row "sync: tool start (ms)" "$(grep -m1 'tool start' "$logs/sync" | awk '{print $(NF-1)}')" ""
-row "sync: photos per second, 1 worker" "$(sync_field 1 3)" ""
-row "sync: photos per second, 2 workers" "$(sync_field 2 3)" ""
-row "sync: speed-up with 2 workers" "$(sync_field 2 7)" ">= 1.8x"
-row "sync: time over one tool start per photo, 2w" "$(sync_field 2 5)" "<= 10% (see README)"
-row "sync: time over the bare tool's writes, 2w" "$(sync_field 2 6)" ""
+row "sync: one camera, $sync_count photos (s)" "$(sync_value 'one camera')" ""
+row "sync: four cameras, $sync_count photos (s)" "$(sync_value 'four cameras')" ""
+row "sync: one exiftool batch, same photos (s)" "$(sync_value 'exiftool batch, one process')" ""
+row "sync: one camera / exiftool batch" "$(sync_value 'one camera / batch')" "<= 0.67"
+row "sync: four cameras / exiftool batch" "$(sync_value 'four cameras / batch')" "<= 0.67"
+row "sync: photos exactly shifted" "$(sync_value 'exact after both runs')" "all"
+row "sync: peak memory (MB)" "$(sync_value 'peak memory (VmHWM)')" "< 150"
 for zoom in "smallest zoom" "slider 1%" "middle zoom" "largest zoom"; do
     row "timeline: frame at $zoom, median (ms)" "$(value timeline "frame at $zoom, median")" "<= 8"
     row "timeline: frame at $zoom, worst (ms)" "$(value timeline "frame at $zoom, worst")" ""

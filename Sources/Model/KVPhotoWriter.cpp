@@ -196,9 +196,13 @@ struct KVPhotoWriter::Private {
 };
 
 KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
-    std::lock_guard lock(mutex);
-    if (tool && tool->isRunning())
-        return tool.get();
+    {
+        std::lock_guard lock(mutex);
+        if (tool && tool->isRunning() && !tool->isCancelled())
+            return tool.get();
+    }
+    // One that was cancelled, or has gone while it waited, is replaced.
+    discardTool();
     auto started = std::make_unique<KVChildProcess>();
     std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(), "-stay_open",
                                        "True", "-@", "-"};
@@ -214,7 +218,11 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
     }
     KVLogVerbose(QStringLiteral("Started %1")
                      .arg(QString::fromStdString(KVChildProcess::readableCommandLine(arguments))));
+    std::lock_guard lock(mutex);
     tool = std::move(started);
+    // A cancel that came while it started reaches it too.
+    if (cancelled)
+        tool->cancel();
     return tool.get();
 }
 
@@ -265,8 +273,19 @@ void KVPhotoWriter::cancel() {
 }
 
 void KVPhotoWriter::reset() {
-    std::lock_guard lock(d->mutex);
-    d->cancelled = false;
+    {
+        std::lock_guard lock(d->mutex);
+        d->cancelled = false;
+    }
+    // The tool a cancel has ended goes now, not at the next photo.
+    std::unique_ptr<KVChildProcess> ended;
+    {
+        std::lock_guard lock(d->mutex);
+        if (d->tool && d->tool->isCancelled())
+            ended = std::move(d->tool);
+    }
+    if (ended)
+        ended->terminate();
 }
 
 std::optional<KVPhotoIdentity> KVPhotoWriter::identityOf(const QString &path) {

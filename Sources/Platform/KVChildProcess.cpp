@@ -38,13 +38,13 @@ int millisecondsUntil(KVChildProcess::Clock::time_point deadline) {
 } // namespace
 
 KVChildProcess::~KVChildProcess() {
-    if (isRunning())
+    if (hasChild())
         terminate();
     closeDescriptor(m_wakeFd);
 }
 
 bool KVChildProcess::start(const std::vector<std::string> &arguments, bool withInput) {
-    if (isRunning() || arguments.empty() || arguments.front().empty())
+    if (hasChild() || arguments.empty() || arguments.front().empty())
         return false;
     if (m_wakeFd == -1)
         m_wakeFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -119,7 +119,11 @@ bool KVChildProcess::start(const std::vector<std::string> &arguments, bool withI
 
 bool KVChildProcess::isRunning() const {
     std::lock_guard lock(m_mutex);
-    return m_pid != -1;
+    if (m_pid == -1)
+        return false;
+    // Exited but not yet reaped counts as gone.
+    struct pollfd fd = {m_exitFd, POLLIN, 0};
+    return m_exitFd == -1 || ::poll(&fd, 1, 0) == 0;
 }
 
 bool KVChildProcess::writeInput(std::string_view text) {
@@ -265,6 +269,11 @@ std::string KVChildProcess::readableCommandLine(const std::vector<std::string> &
         line += '\'';
     }
     return line;
+}
+
+bool KVChildProcess::hasChild() const {
+    std::lock_guard lock(m_mutex);
+    return m_pid != -1;
 }
 
 bool KVChildProcess::waitForExit(Clock::time_point deadline) {

@@ -33,6 +33,7 @@ public:
     // Standard input is /dev/null, or, with `withInput`, a channel writeInput() feeds. False
     // when it could not be started.
     bool start(const std::vector<std::string> &arguments, bool withInput = false);
+    // Started and not yet exited.
     bool isRunning() const;
 
     // Hands the child more input; false when it has gone (never a SIGPIPE here).
@@ -65,6 +66,7 @@ public:
     static std::string readableCommandLine(const std::vector<std::string> &arguments);
 
 private:
+    bool hasChild() const; // started and not yet reaped
     bool waitForExit(Clock::time_point deadline);
     int reap();
     void signalGroup(int signal);

@@ -190,3 +190,19 @@ TEST_F(KVPhotoWriterFixture, AToolNeverOutlivesTheThreadThatStartedIt) {
     ASSERT_GT(group, 0);
     EXPECT_TRUE(KVTest::waitFor([&] { return !KVTest::processGroupAlive(group); }, 5s));
 }
+
+TEST_F(KVPhotoWriterFixture, ACancelBetweenPhotosHoldsUntilResetAndTheNextToolWritesAgain) {
+    const QString a = copyOf("cameras/Canon_40D.jpg", "a.jpg");
+    const QString b = copyOf("cameras/Nikon_D70.jpg", "b.jpg");
+    KVPhotoWriter writer(KALVORA_EXIFTOOL);
+    ASSERT_TRUE(writer.shiftDates(*KVPhotoWriter::identityOf(a), 5).changed());
+    // The tool is idle when the cancel comes.
+    writer.cancel();
+    const QByteArray bytes = KVTest::readFile(b);
+    EXPECT_EQ(writer.shiftDates(*KVPhotoWriter::identityOf(b), 5).status,
+              KVWriteOutcome::Status::Cancelled);
+    EXPECT_EQ(KVTest::readFile(b), bytes);
+    writer.reset();
+    const KVWriteOutcome after = writer.shiftDates(*KVPhotoWriter::identityOf(b), 5);
+    EXPECT_TRUE(after.changed()) << after.reason.toStdString();
+}
