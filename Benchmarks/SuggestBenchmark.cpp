@@ -76,7 +76,7 @@ void measureAccuracy(int events) {
     int cameras = 0, right = 0, confident = 0, confidentWrong = 0, strangers = 0;
     int strangersConfident = 0;
     // By tenth of confidence: cameras, and those within 2 s.
-    std::array<std::array<int, 2>, 11> reliability{};
+    std::array<std::array<int, 2>, 10> reliability{};
     for (int event = 1; event <= events; ++event) {
         const KVSyntheticShooting::Plan plan = KVSyntheticShooting::randomPlan(quint32(event));
         const std::vector<KVSyntheticShooting::Camera> truth = KVSyntheticShooting::make(plan);
@@ -95,7 +95,8 @@ void measureAccuracy(int events) {
             right += isRight ? 1 : 0;
             confident += isConfident ? 1 : 0;
             confidentWrong += isConfident && !isRight ? 1 : 0;
-            std::array<int, 2> &bin = reliability[size_t(estimates[i].confidence * 10)];
+            std::array<int, 2> &bin =
+                reliability[std::min<size_t>(9, size_t(estimates[i].confidence * 10))];
             ++bin[0];
             bin[1] += isRight ? 1 : 0;
         }

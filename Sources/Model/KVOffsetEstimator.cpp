@@ -16,8 +16,8 @@ namespace {
 
 // Shifts are first counted by the minute.
 constexpr qint64 coarseBin = 60;
-constexpr std::size_t coarsePeaks = 8;
-constexpr std::size_t finePeaksPerWindow = 4;
+constexpr std::size_t coarsePeaks = 6;
+constexpr std::size_t finePeaksPerWindow = 3;
 // Two photos less than this apart were taken at the same moment.
 constexpr qint64 tolerance = 1;
 // How busy the reference is around a photo, either side: what chance alone would line up.
