@@ -26,6 +26,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -141,6 +142,28 @@ void removeWorkFolder(int folderFd, const std::string &name, int workFd) {
         }
     }
     ::unlinkat(folderFd, name.c_str(), AT_REMOVEDIR);
+}
+
+// The photo's extended attributes (tags and comments desktops keep there, access control
+// lists) go with it to its new version, as far as the file system and the user's rights allow.
+void copyExtendedAttributes(int fromFd, int toFd) {
+    const ssize_t size = ::flistxattr(fromFd, nullptr, 0);
+    if (size <= 0)
+        return;
+    std::vector<char> names(static_cast<size_t>(size));
+    const ssize_t got = ::flistxattr(fromFd, names.data(), names.size());
+    if (got <= 0)
+        return;
+    std::vector<char> value;
+    for (const char *name = names.data(); name < names.data() + got;
+         name += std::strlen(name) + 1) {
+        const ssize_t length = ::fgetxattr(fromFd, name, nullptr, 0);
+        if (length < 0)
+            continue;
+        value.resize(static_cast<size_t>(length));
+        if (::fgetxattr(fromFd, name, value.data(), value.size()) == length)
+            ::fsetxattr(toFd, name, value.data(), value.size(), 0);
+    }
 }
 
 // The tool's messages about one photo, in the user's words: its errors and warnings, with the
@@ -439,6 +462,7 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
     if (::fchmod(resultFd.get(), photoInfo.st_mode & 07777) != 0)
         return notChanged(
             tr("The photo's permissions could not be kept: %1").arg(errorText(errno)));
+    copyExtendedAttributes(photoFd.get(), resultFd.get());
     // The file's modification date is the new capture date, as the local clock reads it.
     const QDateTime newDate =
         QDateTime::fromString(outcome.newDateText, QStringLiteral("yyyy:MM:dd HH:mm:ss"));

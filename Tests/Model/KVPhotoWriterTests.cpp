@@ -15,9 +15,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <thread>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -43,6 +45,12 @@ TEST_F(KVPhotoWriterFixture, ShiftsAllSixTagsExactlyAcrossDaylightSavingKeepingM
         const QString photo = copyOf(c.sample, QFileInfo(c.sample).fileName());
         setDate(photo, c.before);
         ASSERT_EQ(::chmod(QFile::encodeName(photo).constData(), 0640), 0);
+        // Another user's photo, where this user may give it away (root).
+        const bool foreignOwner = ::chown(QFile::encodeName(photo).constData(), 4321, 4322) == 0;
+        // A desktop's comment on the photo, kept in an extended attribute.
+        const QByteArray native = QFile::encodeName(photo);
+        const bool hasComment = ::setxattr(native.constData(), "user.xdg.comment", c.sample,
+                                           std::strlen(c.sample), 0) == 0;
         const KVPhotoIdentity before = *KVPhotoWriter::identityOf(photo);
 
         const KVWriteOutcome outcome = writer.shiftDates(before, c.seconds);
@@ -55,6 +63,18 @@ TEST_F(KVPhotoWriterFixture, ShiftsAllSixTagsExactlyAcrossDaylightSavingKeepingM
             EXPECT_EQ(text, c.after);
         EXPECT_TRUE(decodes(photo));
         EXPECT_EQ(modeOf(photo), 0640u);
+        if (foreignOwner) {
+            struct stat info {};
+            ::stat(QFile::encodeName(photo).constData(), &info);
+            EXPECT_EQ(info.st_uid, 4321u);
+            EXPECT_EQ(info.st_gid, 4322u);
+        }
+        if (hasComment) {
+            char comment[64] = {};
+            EXPECT_EQ(::getxattr(native.constData(), "user.xdg.comment", comment, sizeof comment),
+                      ssize_t(std::strlen(c.sample)));
+            EXPECT_STREQ(comment, c.sample);
+        }
         // A new file took the photo's place, and the outcome names it.
         EXPECT_EQ(outcome.identity.inode, KVPhotoWriter::identityOf(photo)->inode);
         EXPECT_NE(outcome.identity.inode, before.inode);
