@@ -454,4 +454,98 @@ Kameras werden abgeglichen: %ld von %ld</translation>
         <translation>Zu öffnende Fotos oder Ordner.</translation>
     </message>
 </context>
+<context>
+    <name>KVPhotoWriter</name>
+    <message>
+        <source>The file was replaced during syncing.</source>
+        <translation>Die Datei wurde während der Synchronisierung ersetzt.</translation>
+    </message>
+    <message>
+        <source>The run was cancelled.</source>
+        <translation>Der Lauf wurde abgebrochen.</translation>
+    </message>
+    <message>
+        <source>The photo has no usable path.</source>
+        <translation>Das Foto hat keinen brauchbaren Pfad.</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened: %1</source>
+        <translation>Der Ordner konnte nicht geöffnet werden: %1</translation>
+    </message>
+    <message>
+        <source>The photo could not be opened: %1</source>
+        <translation>Das Foto konnte nicht geöffnet werden: %1</translation>
+    </message>
+    <message>
+        <source>Another program is changing this photo; it was left as it is.</source>
+        <translation>Ein anderes Programm ändert dieses Foto; es wurde nicht verändert.</translation>
+    </message>
+    <message>
+        <source>The photo&apos;s dates could not be read.</source>
+        <translation>Die Daten des Fotos konnten nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>The photo has no capture date.</source>
+        <translation>Das Foto hat kein Aufnahmedatum.</translation>
+    </message>
+    <message>
+        <source>The photo&apos;s date is %1, not %2 as recorded; it was left as it is.</source>
+        <translation>Das Datum des Fotos ist %1, nicht %2 wie vermerkt; es wurde nicht verändert.</translation>
+    </message>
+    <message>
+        <source>The new date would lie outside the years 1 to 9999.</source>
+        <translation>Das neue Datum läge außerhalb der Jahre 1 bis 9999.</translation>
+    </message>
+    <message>
+        <source>No private copy could be made in the photo&apos;s folder: %1</source>
+        <translation>Im Ordner des Fotos konnte keine private Kopie angelegt werden: %1</translation>
+    </message>
+    <message>
+        <source>The tool did not finish within %1 seconds and was stopped.</source>
+        <translation>Das Werkzeug wurde nicht innerhalb von %1 Sekunden fertig und wurde beendet.</translation>
+    </message>
+    <message>
+        <source>The tool stopped unexpectedly.</source>
+        <translation>Das Werkzeug wurde unerwartet beendet.</translation>
+    </message>
+    <message>
+        <source>The tool wrote no new version.</source>
+        <translation>Das Werkzeug hat keine neue Fassung geschrieben.</translation>
+    </message>
+    <message>
+        <source>The tool&apos;s new version is empty.</source>
+        <translation>Die neue Fassung des Werkzeugs ist leer.</translation>
+    </message>
+    <message>
+        <source>The photo&apos;s permissions could not be kept: %1</source>
+        <translation>Die Zugriffsrechte des Fotos konnten nicht erhalten werden: %1</translation>
+    </message>
+    <message>
+        <source>The new version could not be saved: %1</source>
+        <translation>Die neue Fassung konnte nicht gesichert werden: %1</translation>
+    </message>
+    <message>
+        <source>The new version does not carry the new date in all its tags.</source>
+        <translation>Die neue Fassung trägt nicht in allen Feldern das neue Datum.</translation>
+    </message>
+    <message>
+        <source>The new version could not replace the photo: %1</source>
+        <translation>Die neue Fassung konnte das Foto nicht ersetzen: %1</translation>
+    </message>
+    <message>
+        <source>The tool %1 could not be started.</source>
+        <translation>Das Werkzeug %1 konnte nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>There is not enough free space in %1: %2 are needed to change the photos safely, %3 are free.</source>
+        <translation>In %1 ist nicht genug Platz frei: %2 werden gebraucht, um die Fotos sicher zu ändern, %3 sind frei.</translation>
+    </message>
+</context>
+<context>
+    <name>KVFolderLocks</name>
+    <message>
+        <source>Another run is changing the photos in %1. Try again when it has finished.</source>
+        <translation>Ein anderer Lauf ändert die Fotos in %1. Versuchen Sie es erneut, wenn er beendet ist.</translation>
+    </message>
+</context>
 </TS>
