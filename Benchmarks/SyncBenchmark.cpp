@@ -2,19 +2,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // How the whole sync path compares with the best the tool can do alone: N large camera JPEGs
-// shifted through the operation queue as one camera and as four, against one tool process that
+// shifted through a run as one camera and as four, against one tool process that
 // writes the same six tags to the same files in one batch; and the peak memory it took.
 
 #include "KVChildProcess.h"
 #include "KVDateTags.h"
 #include "KVImageFile.h"
-#include "KVOperationQueue.h"
 #include "KVPhotoWriter.h"
-#include "KVSynchronizationOperation.h"
+#include "KVSyncController.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QImage>
 #include <QPainter>
@@ -145,29 +145,33 @@ qint64 peakResidentKilobytes() {
     return -1;
 }
 
-// Shifts every photo once through the queue, the photos of each camera in one operation.
-double shiftThroughQueue(const std::vector<KVImageFileRef> &photos, int cameras, double interval,
-                         qint64 *changed) {
+// Shifts every photo once as a run of the window does: journalled, the cameras one after the
+// other in the plan, and the photos spread over one worker per core whatever their camera.
+double shiftThroughRun(const std::vector<KVImageFileRef> &photos, int cameras, qint64 seconds,
+                       qint64 *changed) {
     std::vector<std::vector<KVImageFileRef>> parts(static_cast<size_t>(cameras));
     for (size_t i = 0; i < photos.size(); ++i)
         parts[i * parts.size() / photos.size()].push_back(photos[i]);
-    KVOperationQueue queue;
-    queue.reset();
-    queue.setOperationType(KVOperationTypeSync);
-    std::vector<KVSynchronizationOperationRef> operations;
+    std::vector<KVPhotoChange> changes;
     for (const auto &part : parts) {
-        operations.push_back(std::make_shared<KVSynchronizationOperation>(interval, part));
-        queue.addSynchronizationOperation(operations.back());
+        for (const KVImageFileRef &photo : part)
+            changes.push_back(KVSyncController::changeFor(photo, seconds));
     }
+    KVSyncController controller;
+    QEventLoop loop;
+    controller.setEndHandler([&](const KVSyncController::Outcome &) { loop.quit(); });
     QElapsedTimer clock;
     clock.start();
-    queue.startSynchronization();
-    queue.waitUntilAllOperationsAreFinished();
-    const double seconds = clock.nsecsElapsed() / 1e9;
-    *changed = 0;
-    for (const auto &operation : operations)
-        *changed += static_cast<qint64>(operation->doneImageFiles().size());
-    return seconds;
+    if (const std::optional<KVSyncController::Refusal> refusal =
+            controller.start(KVRunKind::Sync, std::move(changes))) {
+        std::fprintf(stderr, "kalvora-bench-sync: %s\n", qPrintable(refusal->text));
+        *changed = 0;
+        return 0;
+    }
+    loop.exec();
+    const double elapsed = clock.nsecsElapsed() / 1e9;
+    *changed = static_cast<qint64>(controller.lastOutcome()->changed.size());
+    return elapsed;
 }
 
 // One tool process writing the six tags to every photo, as a user would run it by hand.
@@ -206,6 +210,9 @@ int main(int argc, char **argv) {
         return 2;
     }
     KVSetToolPath(options.tool);
+    // The runs' journals stay with the benchmark, out of the user's history.
+    const QTemporaryDir state;
+    qputenv("XDG_STATE_HOME", QFile::encodeName(state.path()));
     QTemporaryDir temporary(options.folder.isEmpty() ? QDir::tempPath() + "/kalvora-bench-XXXXXX"
                                                      : options.folder + "/kalvora-bench-XXXXXX");
     if (!temporary.isValid()) {
@@ -241,8 +248,8 @@ int main(int argc, char **argv) {
 
     qint64 changedOne = 0;
     qint64 changedFour = 0;
-    const double one = shiftThroughQueue(photos, 1, 60, &changedOne);
-    const double four = shiftThroughQueue(photos, 4, 60, &changedFour);
+    const double one = shiftThroughRun(photos, 1, 60, &changedOne);
+    const double four = shiftThroughRun(photos, 4, 60, &changedFour);
     int exact = 0;
     for (const KVImageFileRef &photo : photos) {
         const std::optional<KVDateTags> tags = KVDateTags::read(photo->path());

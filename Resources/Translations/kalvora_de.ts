@@ -164,6 +164,26 @@ erfolgreich abgeglichen!</translation>
         <source>Selected images have already synchronized</source>
         <translation>Die gewählten Fotos sind bereits abgeglichen</translation>
     </message>
+    <message>
+        <source>A run was cut off before it ended</source>
+        <translation>Ein Lauf wurde vor seinem Ende abgebrochen</translation>
+    </message>
+    <message>
+        <source>Kalvora was stopped while it changed these photos:
+%1
+Finish the run, or change its photos back to the dates they had before it?</source>
+        <translation>Kalvora wurde beendet, während es diese Fotos änderte:
+%1
+Soll der Lauf zu Ende geführt werden, oder sollen seine Fotos ihre Daten von vorher zurückbekommen?</translation>
+    </message>
+    <message>
+        <source>Finish</source>
+        <translation>Zu Ende führen</translation>
+    </message>
+    <message>
+        <source>Change Back</source>
+        <translation>Zurücksetzen</translation>
+    </message>
 </context>
 <context>
     <name>KVCameraSets</name>
@@ -310,6 +330,46 @@ Kameras werden abgeglichen: %ld von %ld</translation>
     <message>
         <source>Suggested: %1 s</source>
         <translation>Vorgeschlagen: %1 s</translation>
+    </message>
+</context>
+<context>
+    <name>KVSynchronizationOperation</name>
+    <message>
+        <source>The photo was moved to the Trash.</source>
+        <translation>Das Foto wurde in den Papierkorb gelegt.</translation>
+    </message>
+    <message>
+        <source>The run was stopped before this photo was changed.</source>
+        <translation>Der Lauf wurde beendet, bevor dieses Foto geändert wurde.</translation>
+    </message>
+</context>
+<context>
+    <name>KVRunRecovery</name>
+    <message>
+        <source>%1 of %2 photos, started %3: %4 photos may have changed
+</source>
+        <translation>%1 von %2 Fotos, begonnen %3: %4 Fotos können geändert sein
+</translation>
+    </message>
+    <message>
+        <source>Not changed before the run was cut off.</source>
+        <translation>Vor dem Abbruch des Laufs nicht geändert.</translation>
+    </message>
+    <message>
+        <source>The photo's date cannot be read.</source>
+        <translation>Das Datum des Fotos kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>The photo's date (%1) is neither the one before the run (%2) nor the one after it (%3).</source>
+        <translation>Das Datum des Fotos (%1) ist weder das vor dem Lauf (%2) noch das danach (%3).</translation>
+    </message>
+    <message>
+        <source>The file is missing or is not a plain file.</source>
+        <translation>Die Datei fehlt oder ist keine gewöhnliche Datei.</translation>
+    </message>
+    <message>
+        <source>Changed back after the run was cut off.</source>
+        <translation>Nach dem Abbruch des Laufs zurückgesetzt.</translation>
     </message>
 </context>
 <context>

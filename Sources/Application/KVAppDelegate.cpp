@@ -4,16 +4,22 @@
 #include "KVAppDelegate.h"
 
 #include "KVCameraOffsetMemory.h"
-#include "KVPhotoWriter.h"
 #include "KVDispatch.h"
 #include "KVFileReportContent.h"
+#include "KVInvocationOperation.h"
 #include "KVLog.h"
+#include "KVPhotoWriter.h"
+#include "KVRunRecovery.h"
 #include "KVURLExtensions.h"
 #include "KVUserDefaults.h"
 #include "KVVolumes.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
+
+#include <cmath>
+#include <unordered_set>
 
 namespace {
 
@@ -21,8 +27,8 @@ QString tr(const char *text) {
     return QCoreApplication::translate("KVAppDelegate", text);
 }
 
-// Anything below 30 MiB is too little room for the tool's copy of a photo.
-constexpr qint64 kKVMinimumFreeSize = 31457280;
+const QString runStateKey = QStringLiteral("runState");
+const QString operationCountKey = QStringLiteral("operationCount");
 
 } // namespace
 
@@ -34,15 +40,13 @@ KVAppDelegate::KVAppDelegate(KVUserInterface *userInterface)
 KVAppDelegate::~KVAppDelegate() {
     finishModelWork();
     m_vanishedFiles.waitForRecovery();
-    if (m_syncQueue) {
-        m_syncQueue->waitUntilAllOperationsAreFinished();
-        m_syncQueue->removeObserver(this);
+    if (m_syncController) {
+        m_syncController->removeObserver(this, runStateKey);
+        m_syncController->queue().removeObserver(this, operationCountKey);
+        m_syncController->setEndHandler({});
     }
     if (m_manualDateTimeViewController)
         m_manualDateTimeViewController->removeObserver(this);
-    std::lock_guard lock(m_syncOperationsMutex);
-    for (const KVSynchronizationOperationRef &operation : m_watchedSyncOperations)
-        operation->removeObserver(this);
 }
 
 void KVAppDelegate::awakeFromNib() {
@@ -60,7 +64,7 @@ QString KVAppDelegate::toolPathForBundle(const QString &bundlePath) {
 void KVAppDelegate::applicationDidFinishLaunching(const QString &bundlePath) {
     KVUserDefaults::standardUserDefaults().registerDefaults(
         {{KVUserDefaults::verboseLoggingKey, false}});
-    KVSetToolPath(toolPathForBundle(bundlePath).toUtf8().constData());
+    KVSetToolPath(toolPathForBundle(bundlePath));
     std::weak_ptr<int> alive = m_lifeToken;
     KVVolumes::setUnmountHandler([this, alive](const QString &devicePath) {
         if (alive.lock())
@@ -71,6 +75,47 @@ void KVAppDelegate::applicationDidFinishLaunching(const QString &bundlePath) {
             fileDidRemove(file);
     });
     m_vanishedFiles.scheduleChecks();
+    offerRecoveryOfInterruptedRuns();
+}
+
+void KVAppDelegate::offerRecoveryOfInterruptedRuns() {
+    KVUserInterface *ui = userInterface();
+    const std::vector<KVRunRecord> runs =
+        KVRunRecovery::interruptedRuns(KVRunRecovery::Mode::ChangeBack);
+    if (runs.empty() || !ui)
+        return;
+    // Changing back is the last button: what an alert answered by Escape does.
+    const int answer =
+        ui->runAlert(tr("A run was cut off before it ended"),
+                     tr("Kalvora was stopped while it changed these photos:\n%1\nFinish the run, "
+                        "or change its photos back to the dates they had before it?")
+                         .arg(KVRunRecovery::describe(runs)),
+                     {tr("Finish"), tr("Change Back")});
+    const KVRunRecovery::Mode mode =
+        answer == 0 ? KVRunRecovery::Mode::Finish : KVRunRecovery::Mode::ChangeBack;
+    lockUI();
+    // On the model queue, so that the window stays alive; it counts as busy meanwhile.
+    queue().addOperation(std::make_shared<KVInvocationOperation>([this, mode] {
+        const std::vector<KVRunRecovery::Result> results =
+            KVRunRecovery::settleAll(mode, KVToolPath());
+        QList<QVariantMap> failed;
+        for (const KVRunRecovery::Result &result : results) {
+            for (const KVRunRecovery::Photo &photo : result.photos) {
+                if (photo.result == KVRunRecovery::Photo::Result::Failed)
+                    failed << QVariantMap{
+                        {QStringLiteral("name"), QFileInfo(photo.path).fileName()},
+                        {QStringLiteral("path"), photo.path},
+                        {QStringLiteral("error"), photo.reason}};
+            }
+        }
+        dispatchMain([this, failed] {
+            unlockUI();
+            if (!failed.isEmpty() && userInterface())
+                userInterface()->showFileReport(KVUserInterface::NotChangedFiles, failed);
+            chooseWhatToShowOnDisplay();
+        });
+        return QVariant();
+    }));
 }
 
 bool KVAppDelegate::applicationShouldTerminate() {
@@ -162,57 +207,65 @@ bool KVAppDelegate::isSetOfImagesSynchrinizedAlready(const KVReferenceSet &set) 
 
 void KVAppDelegate::applyTimeIntervals(const KVTimeIntervals &intervals,
                                        const KVCameraSetsRef &imageFiles) {
-    lockUI();
-    KVOperationQueue &queue = syncQueue();
-    queue.reset();
-    KVUndoManager &undo = undoManager();
-    const bool undoing = undo.isUndoing();
-    const bool redoing = undo.isRedoing();
-    queue.setOperationType(undoing ? KVOperationTypeUndo
-                                   : (redoing ? KVOperationTypeRedo : KVOperationTypeSync));
-    if (KVUserInterface *ui = userInterface()) {
-        ui->displaySyncProcess();
-        if (!undoing && !redoing)
+    std::vector<KVPhotoChange> changes;
+    std::unordered_set<KVImageFileRef, KVImageFileHash, KVImageFileEqual> seen;
+    for (const auto &[key, interval] : intervals) {
+        if (!imageFiles || !imageFiles->count(key) || !std::isfinite(interval) ||
+            std::fabs(interval) > 1e12)
+            continue;
+        const qint64 seconds = std::llround(interval);
+        for (const KVImageFileRef &file : imageFiles->at(key)) {
+            if (file && !file->path().isEmpty() && seen.insert(file).second)
+                changes.push_back(KVSyncController::changeFor(file, seconds));
+        }
+    }
+    if (startRun(KVRunKind::Sync, std::move(changes))) {
+        if (KVUserInterface *ui = userInterface())
             ui->setSyncButtonTitle(alternateSyncButtonTitle());
     }
+}
 
-    KVTimeIntervals inverse;
-    for (const auto &[key, interval] : intervals) {
-        const auto camera =
-            imageFiles ? imageFiles->find(key) : KVCameraSetDictionary::const_iterator();
-        const std::vector<KVImageFileRef> files = imageFiles && camera != imageFiles->end()
-                                                      ? camera->second
-                                                      : std::vector<KVImageFileRef>();
-        auto operation = std::make_shared<KVSynchronizationOperation>(interval, files);
-        {
-            std::lock_guard lock(m_syncOperationsMutex);
-            m_watchedSyncOperations.push_back(operation);
+bool KVAppDelegate::startRun(KVRunKind kind, std::vector<KVPhotoChange> changes,
+                             const QString &of) {
+    KVSyncController &controller = syncController();
+    const std::optional<KVSyncController::Refusal> refusal =
+        controller.start(kind, std::move(changes), of);
+    KVUserInterface *ui = userInterface();
+    if (refusal) {
+        if (ui) {
+            const bool room = refusal->reason == KVSyncController::Refusal::Reason::NoRoom;
+            ui->runAlert(room ? tr("Not enough disk space to sync photos")
+                              : tr("Cannot change time and date"),
+                         refusal->text, {tr("OK")});
         }
-        operation->addObserver(this, QStringLiteral("isFinished"));
-        queue.addSynchronizationOperation(operation);
-        inverse[key] = -interval;
+        return false;
     }
+    lockUI();
+    if (ui)
+        ui->displaySyncProcess();
+    return true;
+}
 
-    auto registerInverse = [this, inverse, imageFiles] {
-        undoManager().registerUndo(
-            [this, inverse, imageFiles] { applyTimeIntervals(inverse, imageFiles); });
-    };
-    if (!undoing && !redoing) {
-        // Undo becomes possible only once the run has gone to its end.
-        queue.setCompletetionBlock([this, registerInverse, intervals,
-                                    reference = m_runReferenceKey] {
-            registerInverse();
-            // The next event with these bodies starts from what their clocks were off by.
-            KVCameraOffsetMemory().remember(intervals, reference, QDateTime::currentDateTimeUtc());
-            if (KVUserInterface *ui = userInterface())
-                ui->displayString(tr("Your photos have been synced\nsuccessfully!"));
-            dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
-        });
-    } else {
-        registerInverse();
-        queue.setCompletetionBlock([this] { chooseWhatToShowOnDisplay(); });
+void KVAppDelegate::startReverse(const QString &runId, KVRunKind kind) {
+    const std::optional<KVRunRecord> run = KVRunRecord::read(
+        KVRunJournal::folder() + QLatin1Char('/') + runId + QStringLiteral(".jsonl"));
+    if (!run)
+        return;
+    // The window's records of these photos follow the run, so they are found by path.
+    std::map<QString, KVImageFileRef> records;
+    forEachImageFile(imageFiles(),
+                     [&](const KVImageFileRef &file) { records.emplace(file->path(), file); });
+    std::vector<KVPhotoChange> changes = KVSyncController::revertingChanges(*run);
+    for (KVPhotoChange &change : changes) {
+        const auto record = records.find(change.identity.path);
+        if (record != records.end())
+            change.file = record->second;
     }
-    queue.startSynchronization();
+    if (!startRun(kind, std::move(changes), runId))
+        return;
+    const QString reverseId = syncController().runId();
+    const KVRunKind back = kind == KVRunKind::Undo ? KVRunKind::Redo : KVRunKind::Undo;
+    undoManager().registerUndo([this, reverseId, back] { startReverse(reverseId, back); });
 }
 
 void KVAppDelegate::didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon) {
@@ -263,10 +316,13 @@ QString KVAppDelegate::noteForCameraWithIndex(int index, bool *isWarning) const 
 
 void KVAppDelegate::synchronizeTimeOrCancel() {
     KVUserInterface *ui = userInterface();
-    if (ui && ui->syncButtonTitle() == alternateSyncButtonTitle()) {
-        ui->setSyncButtonTitle(mainSyncButtonTitle());
-        syncQueue().setCompletetionBlock(nullptr);
-        syncQueue().cancelAllOperations();
+    if (m_syncController && m_syncController->isBusy()) {
+        // Returns at once; the run ends when what it changed is changed back.
+        if (m_syncController->state() == KVSyncController::State::Running) {
+            if (ui)
+                ui->setSyncButtonTitle(mainSyncButtonTitle());
+            m_syncController->cancel();
+        }
         return;
     }
 
@@ -318,13 +374,6 @@ bool KVAppDelegate::canChangeCameras(const QStringList &keys) {
                                  {tr("OK")});
                 return false;
             }
-            const std::optional<qint64> free = KVVolumes::freeSize(file->path());
-            if (free && *free < kKVMinimumFreeSize) {
-                if (ui)
-                    ui->runAlert(tr("Not enough disk space to sync photos"),
-                                 tr("Free some disk space and try again."), {tr("OK")});
-                return false;
-            }
         }
     }
     return true;
@@ -342,6 +391,7 @@ void KVAppDelegate::runSynchronization(const KVTimeIntervals &intervals,
     // The suggestions were about the dates before the run.
     m_matchSuggester.clear();
     m_runReferenceKey = referenceKey;
+    m_runIntervals = intervals;
     applyTimeIntervals(intervals, snapshot);
 }
 
@@ -350,14 +400,12 @@ bool KVAppDelegate::isSynchronizationPossible() const {
 }
 
 bool KVAppDelegate::isProcessingPathes() const {
-    return KVCameraSets::isProcessingPathes() ||
-           (m_syncQueue && m_syncQueue->isSynchronizationInProcess());
+    return KVCameraSets::isProcessingPathes() || (m_syncController && m_syncController->isBusy());
 }
 
 bool KVAppDelegate::isEnabledSynchronization() const {
-    // Cancelling is always possible.
-    const KVUserInterface *ui = userInterface();
-    if (ui && ui->syncButtonTitle() != mainSyncButtonTitle())
+    // A run can be cancelled while it goes; a cancel itself always runs to its end.
+    if (m_syncController && m_syncController->state() == KVSyncController::State::Running)
         return true;
     if (isProcessingPathes())
         return false;
@@ -372,7 +420,7 @@ void KVAppDelegate::chooseWhatToShowOnDisplay() {
     KVUserInterface *ui = userInterface();
     if (!ui)
         return;
-    if (m_syncQueue && m_syncQueue->isSynchronizationInProcess())
+    if (m_syncController && m_syncController->isBusy())
         ui->displaySyncProcess();
     else if (m_etalon)
         ui->displayImageFile(m_etalon);
@@ -386,12 +434,14 @@ void KVAppDelegate::showNotAddedFiles(const QList<QVariantMap> &records) {
         ui->showFileReport(content.type, records);
 }
 
-void KVAppDelegate::showNotChangedFiles(const QList<QUrl> &files) {
+void KVAppDelegate::showNotChangedFiles(const std::vector<KVPhotoChangeResult> &results) {
     QList<QVariantMap> records;
-    for (const QUrl &url : files)
-        records << QVariantMap{{QStringLiteral("path"), url.toLocalFile()}};
-    // This report's set-up fails (see KVFileReportContent); the error leaves here, and the event
-    // loop's handler logs it.
+    for (const KVPhotoChangeResult &result : results) {
+        const QString path = result.change.identity.path;
+        records << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
+                               {QStringLiteral("path"), path},
+                               {QStringLiteral("error"), result.outcome.reason}};
+    }
     const KVFileReportContent content =
         KVFileReportContent::setUp(KVUserInterface::NotChangedFiles);
     if (KVUserInterface *ui = userInterface())
@@ -413,13 +463,15 @@ void KVAppDelegate::removeFiles() {
     }
 }
 
-KVOperationQueue &KVAppDelegate::syncQueue() {
-    if (!m_syncQueue) {
-        m_syncQueue = std::make_unique<KVOperationQueue>();
-        m_syncQueue->addObserver(this, QStringLiteral("isSynchronizationInProcess"));
-        m_syncQueue->addObserver(this, QStringLiteral("operationCount"));
+KVSyncController &KVAppDelegate::syncController() {
+    if (!m_syncController) {
+        m_syncController = std::make_unique<KVSyncController>();
+        m_syncController->addObserver(this, runStateKey);
+        m_syncController->queue().addObserver(this, operationCountKey);
+        m_syncController->setEndHandler(
+            [this](const KVSyncController::Outcome &outcome) { runDidEnd(outcome); });
     }
-    return *m_syncQueue;
+    return *m_syncController;
 }
 
 KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController() {
@@ -441,37 +493,10 @@ QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &
 }
 
 void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
-    if (keyPath == QLatin1String("isFinished")) {
-        KVSynchronizationOperationRef operation;
-        {
-            std::lock_guard lock(m_syncOperationsMutex);
-            auto it =
-                std::find_if(m_watchedSyncOperations.begin(), m_watchedSyncOperations.end(),
-                             [&](const auto &candidate) { return candidate.get() == object; });
-            if (it != m_watchedSyncOperations.end()) {
-                operation = *it;
-                m_watchedSyncOperations.erase(it);
-            }
-        }
-        if (!operation)
-            return KVCameraSets::observeValueForKeyPath(keyPath, object);
-        operation->removeObserver(this, keyPath);
-        const QList<QUrl> notChanged = operation->notChangedFiles();
-        if (!notChanged.isEmpty()) {
-            dispatchMain([this, notChanged] {
-                try {
-                    showNotChangedFiles(notChanged);
-                } catch (const std::exception &error) {
-                    KVLog(QString::fromUtf8(error.what()));
-                }
-            });
-        }
-    } else if (keyPath == QLatin1String("operationCount")) {
-        operationCountDidChange(static_cast<KVBaseOperationQueue *>(object));
-    } else if (keyPath == QLatin1String("isSynchronizationInProcess")) {
-        if (!m_syncQueue || m_syncQueue->isSynchronizationInProcess())
-            return;
-        dispatchMain([this] { synchronizationDidEnd(); });
+    if (keyPath == runStateKey) {
+        didChangeValueForKey(QStringLiteral("isProcessingPathes"));
+    } else if (keyPath == operationCountKey) {
+        operationCountDidChange();
     } else if (keyPath == QLatin1String("imageState")) {
         didChangeValueForKey(QStringLiteral("isSynchronizationPossible"));
         auto *file = static_cast<KVImageFile *>(object);
@@ -519,34 +544,52 @@ void KVAppDelegate::followManualDate() {
     }
 }
 
-void KVAppDelegate::operationCountDidChange(KVBaseOperationQueue *changed) {
+void KVAppDelegate::operationCountDidChange() {
     didChangeValueForKey(QStringLiteral("isProcessingPathes"));
-    const bool isSyncQueue = changed == m_syncQueue.get();
-    dispatchMain([this, isSyncQueue] {
-        // Checked again here: between a count of 0 on a worker and this moment, the next
-        // operation of the run may have started. A run that is over has ended its count first.
-        if (isSyncQueue && m_syncQueue && m_syncQueue->operationCount() == 0 &&
-            !m_syncQueue->isSynchronizationInProcess()) {
-            if (KVOperationQueue::CompletionBlock block = m_syncQueue->completetionBlock()) {
-                m_syncQueue->setCompletetionBlock(nullptr);
-                block();
-            }
-        }
+    dispatchMain([this] {
         KVUserInterface *ui = userInterface();
         if (ui && isProcessingPathes() && ui->isCloseButtonEnabled())
             ui->setCloseButtonEnabled(false);
     });
 }
 
-void KVAppDelegate::synchronizationDidEnd() {
-    if (!m_syncQueue || m_syncQueue->isSynchronizationInProcess())
-        return;
+void KVAppDelegate::runDidEnd(const KVSyncController::Outcome &outcome) {
     if (queue().operationCount() == 0)
         unlockUI();
-    if (KVUserInterface *ui = userInterface()) {
+    KVUserInterface *ui = userInterface();
+    if (ui) {
         ui->setSyncButtonTitle(mainSyncButtonTitle());
         ui->reloadBrowser();
     }
-    if (m_syncQueue->isOperationsCancelled())
+    const bool forward = outcome.kind == KVRunKind::Sync;
+    if (outcome.end == KVRunRecord::End::Cancelled) {
         chooseWhatToShowOnDisplay();
+        // Photos that kept their new dates after all are the ones to know about.
+        if (!outcome.notChangedBack.empty())
+            showNotChangedFiles(outcome.notChangedBack);
+        return;
+    }
+    // The next event with these bodies starts from what their clocks were off by.
+    if (forward && outcome.end == KVRunRecord::End::Finished && !outcome.changed.empty())
+        KVCameraOffsetMemory().remember(m_runIntervals, m_runReferenceKey,
+                                        QDateTime::currentDateTimeUtc());
+    // Undo moves back exactly what this run changed, each photo by its own shift.
+    if (forward && !outcome.changed.empty()) {
+        const QString runId = outcome.runId;
+        undoManager().registerUndo([this, runId] { startReverse(runId, KVRunKind::Undo); });
+    }
+    if (outcome.isComplete()) {
+        if (ui && forward)
+            ui->displayString(tr("Your photos have been synced\nsuccessfully!"));
+        dispatchMainAfter(forward ? 3.0 : 0.0, [this] { chooseWhatToShowOnDisplay(); });
+        return;
+    }
+    if (ui)
+        ui->displayString(tr("Syncing has not been completed"));
+    dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
+    // An abandoned run never reached some photos: they are not changed either.
+    std::vector<KVPhotoChangeResult> notChanged = outcome.notChanged;
+    notChanged.insert(notChanged.end(), outcome.unreached.begin(), outcome.unreached.end());
+    if (!notChanged.empty())
+        showNotChangedFiles(notChanged);
 }

@@ -6,8 +6,8 @@
 #include "KVCameraSets.h"
 #include "KVManualDateTimeViewController.h"
 #include "KVMatchSuggester.h"
-#include "KVOperationQueue.h"
 #include "KVReferenceSet.h"
+#include "KVSyncController.h"
 #include "KVUndoManager.h"
 #include "KVVanishedFiles.h"
 
@@ -74,9 +74,13 @@ public:
     bool isManualSetEnable() const;
     void chooseWhatToShowOnDisplay() override;
     void showNotAddedFiles(const QList<QVariantMap> &records) override;
-    void showNotChangedFiles(const QList<QUrl> &files);
+    // The report of photos a run did not change, each with its reason.
+    void showNotChangedFiles(const std::vector<KVPhotoChangeResult> &results);
     void removeFiles() override;
-    KVOperationQueue &syncQueue();
+    KVSyncController &syncController();
+    KVOperationQueue &syncQueue() { return syncController().queue(); }
+    // Asks whether to finish or change back each run a crash or a kill cut off, and does it.
+    void offerRecoveryOfInterruptedRuns();
     KVManualDateTimeViewController &manualDateTimeViewController();
     // Just before the popover shows: it opens on the reference's date, or on now.
     void popoverWillShow();
@@ -96,23 +100,27 @@ public:
 private:
     void followReferenceRules(KVImageFile *file);
     void followManualDate();
-    void operationCountDidChange(KVBaseOperationQueue *changed);
-    void synchronizationDidEnd();
-    // The Sync command's checks: every photo of the cameras writable, room for the tool's copy.
+    void operationCountDidChange();
+    void runDidEnd(const KVSyncController::Outcome &outcome);
+    // Starts the run that moves back what the run `runId` changed, from its journal, and
+    // registers the run that moves it forth again.
+    void startReverse(const QString &runId, KVRunKind kind);
+    bool startRun(KVRunKind kind, std::vector<KVPhotoChange> changes, const QString &of = {});
+    // The Sync command's check that every photo of the cameras is writable (the run itself
+    // checks for room).
     bool canChangeCameras(const QStringList &keys);
     void runSynchronization(const KVTimeIntervals &intervals, const QString &referenceKey);
 
     KVImageFileRef m_etalon;
-    std::unique_ptr<KVOperationQueue> m_syncQueue;
+    std::unique_ptr<KVSyncController> m_syncController;
     std::unique_ptr<KVUndoManager> m_undoManager;
     std::unique_ptr<KVManualDateTimeViewController> m_manualDateTimeViewController;
-    std::mutex m_syncOperationsMutex;
-    std::vector<KVSynchronizationOperationRef> m_watchedSyncOperations;
     std::recursive_mutex m_lock;
     KVVanishedFiles m_vanishedFiles;
     KVMatchSuggester m_matchSuggester;
-    // The reference camera of the run going, whose offsets are remembered when it ends.
+    // The reference camera and the offsets of the run going, remembered when it ends.
     QString m_runReferenceKey;
+    KVTimeIntervals m_runIntervals;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
     friend class KVVanishedFiles;
 };

@@ -10,12 +10,9 @@ KVFileReportContent KVFileReportContent::setUp(KVUserInterface::FileReportType t
     content.type = type;
     if (type == KVUserInterface::NotChangedFiles) {
         content.title = QCoreApplication::translate("KVAddFilesAlertPanel", "Cannot change date");
-        const QString line = QCoreApplication::translate(
+        content.description = QCoreApplication::translate(
             "KVAddFilesAlertPanel",
             "Kalvora did not change the date settings for the following files:");
-        Q_UNUSED(line);
-        throw KVProgrammingError("setStringValue: sent to a plain string (the description of "
-                                 "KVAddFilesAlertPanel), which has no such operation");
     }
     return content;
 }

@@ -114,13 +114,15 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath) {
     if (!markVanishedPhotos(false))
         return;
 
-    KVOperationQueue &syncQueue = m_delegate.syncQueue();
+    KVSyncController &controller = m_delegate.syncController();
+    KVOperationQueue &syncQueue = controller.queue();
     KVBaseOperationQueue &queue = m_delegate.queue();
-    KVOperationQueue::CompletionBlock completion = syncQueue.completetionBlock();
-    syncQueue.setCompletetionBlock(nullptr);
+    const bool wasRunning = controller.isBusy();
+    // Its workers fail on the missing photos meanwhile; the run waits for the answer.
+    if (wasRunning)
+        controller.hold();
     queue.setSuspended(true);
     syncQueue.setSuspended(true);
-    const bool wasRunning = syncQueue.isSynchronizationInProcess();
 
     bool abandoned = false;
     if (KVUserInterface *ui = m_delegate.userInterface()) {
@@ -150,31 +152,18 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath) {
 
     waitForRecovery();
     std::lock_guard lock(m_recoveryMutex);
-    std::weak_ptr<int> alive = m_delegate.m_lifeToken;
-    m_recovery = std::thread([this, &syncQueue, &queue, completion, abandoned, wasRunning, alive] {
+    m_recovery = std::thread([&controller, &syncQueue, &queue, abandoned, wasRunning] {
         // Only what is running finishes while the queues are held; what never started would
-        // otherwise keep the wait from ever returning. An abandoned run starts nothing more.
+        // otherwise keep the wait from ever returning. An abandoned run starts nothing more:
+        // it ends with what it did, and its report says which photos moved and which did not.
         syncQueue.waitUntilRunningOperationsAreFinished();
         queue.waitUntilRunningOperationsAreFinished();
         if (abandoned)
-            syncQueue.KVBaseOperationQueue::cancelAllOperations();
+            controller.abandon();
         queue.setSuspended(false);
         syncQueue.setSuspended(false);
-        if (!abandoned)
-            syncQueue.setCompletetionBlock(completion);
-        if (abandoned) {
-            KVDispatchMain([this, alive] {
-                if (!alive.lock())
-                    return;
-                m_delegate.syncQueue().reset();
-                if (KVUserInterface *ui = m_delegate.userInterface())
-                    ui->displayString(tr("Syncing has not been completed"));
-                m_delegate.dispatchMainAfter(3.0,
-                                             [this] { m_delegate.chooseWhatToShowOnDisplay(); });
-            });
-        } else if (wasRunning) {
-            syncQueue.tryCompletePreviosSync();
-        }
+        if (wasRunning)
+            controller.resumeAfterInterruption();
     });
 
     if (missing)

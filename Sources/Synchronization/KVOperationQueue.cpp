@@ -18,7 +18,7 @@ KVOperationQueue::KVOperationQueue() {
 KVOperationQueue::~KVOperationQueue() {
     // The workers call back into this object with every count; they must be done before the
     // members go. Cancelled operations that wait on a suspended queue finish without running.
-    KVBaseOperationQueue::cancelAllOperations();
+    cancelAllOperations();
     setSuspended(false);
     waitUntilAllOperationsAreFinished();
     removeAllSyncOperations();
@@ -29,31 +29,18 @@ std::vector<KVSynchronizationOperationRef> KVOperationQueue::allSyncOperations()
     return m_mutableOperations;
 }
 
-void KVOperationQueue::addSyncOperation(const KVSynchronizationOperationRef &operation) {
-    if (!operation)
-        return;
-    std::lock_guard lock(m_operationsMutex);
-    if (std::find(m_mutableOperations.begin(), m_mutableOperations.end(), operation) ==
-        m_mutableOperations.end())
-        m_mutableOperations.push_back(operation);
-}
-
-void KVOperationQueue::removeSyncOperation(const KVSynchronizationOperationRef &operation) {
-    if (!operation)
-        return;
-    std::lock_guard lock(m_operationsMutex);
-    const auto it = std::find(m_mutableOperations.begin(), m_mutableOperations.end(), operation);
-    if (it == m_mutableOperations.end())
-        return;
-    operation->removeObserver(this, processedImagesCountKey);
-    m_mutableOperations.erase(it);
-}
-
 void KVOperationQueue::removeAllSyncOperations() {
     std::lock_guard lock(m_operationsMutex);
     for (const KVSynchronizationOperationRef &operation : m_mutableOperations)
         operation->removeObserver(this, processedImagesCountKey);
     m_mutableOperations.clear();
+}
+
+void KVOperationQueue::addSyncOperation(const KVSynchronizationOperationRef &operation) {
+    std::lock_guard lock(m_operationsMutex);
+    if (operation && std::find(m_mutableOperations.begin(), m_mutableOperations.end(), operation) ==
+                         m_mutableOperations.end())
+        m_mutableOperations.push_back(operation);
 }
 
 void KVOperationQueue::addSynchronizationOperation(const KVSynchronizationOperationRef &operation) {
@@ -76,37 +63,33 @@ void KVOperationQueue::startSynchronization() {
 
 void KVOperationQueue::reset() {
     removeAllSyncOperations();
+    m_changeBackCount = 0;
+    m_allImagesCountOnStartOfCancel = 0;
     setProcessedImagesCount(0);
     setIsOperationsCancelled(false);
     setIsSynchronizationInProcess(false);
 }
 
 void KVOperationQueue::cancelAllOperations() {
-    // A second cancel while changing back would cancel the reverting operations and revert
-    // them in turn, shifting the photos forwards again: the revert always runs to its end.
-    if (isOperationsCancelled())
-        return;
-    const std::vector<KVSynchronizationOperationRef> cancelled = allSyncOperations();
-    // Operations registered but never started are cancelled too, so that none of them can run
-    // forwards in the reverting run below.
-    for (const KVSynchronizationOperationRef &operation : cancelled)
+    // Operations registered but not yet handed to a worker are cancelled too, so none of
+    // them starts later.
+    for (const KVSynchronizationOperationRef &operation : allSyncOperations())
         operation->cancel();
     KVBaseOperationQueue::cancelAllOperations();
-    // A suspended queue would never let its cancelled operations finish, and the wait below
-    // would never end.
-    setSuspended(false);
-    waitUntilAllOperationsAreFinished();
+}
 
-    setAllImagesCountOnStartOfCancel(allImagesCount());
-    setIsOperationsCancelled(true);
-    setOperationType(KVOperationTypeCancel);
-
-    for (const KVSynchronizationOperationRef &operation : cancelled) {
-        const KVSynchronizationOperationRef reverted = operation->revertedOperation();
-        removeSyncOperation(operation);
-        if (reverted)
-            addSynchronizationOperation(reverted);
+void KVOperationQueue::startChangingBack(
+    const std::vector<KVSynchronizationOperationRef> &operations) {
+    if (!isOperationsCancelled()) {
+        setAllImagesCountOnStartOfCancel(allImagesCount());
+        setOperationType(KVOperationTypeCancel);
+        setIsOperationsCancelled(true);
     }
+    removeAllSyncOperations();
+    for (const KVSynchronizationOperationRef &operation : operations)
+        addSynchronizationOperation(operation);
+    m_changeBackCount = imagesCount(operations);
+    setProcessedImagesCount(m_changeBackCount);
     startSynchronization();
 }
 
@@ -119,17 +102,14 @@ void KVOperationQueue::tryCompletePreviosSync() {
         if (operation->isExecuting())
             operation->waitUntilFinished();
     }
-    qint64 done = 0;
     std::vector<KVSynchronizationOperationRef> copies;
     copies.reserve(operations.size());
-    for (const KVSynchronizationOperationRef &operation : operations) {
-        done += static_cast<qint64>(operation->doneImageFiles().size());
+    for (const KVSynchronizationOperationRef &operation : operations)
         copies.push_back(operation->copy());
-    }
-    setProcessedImagesCount(done);
     removeAllSyncOperations();
     for (const KVSynchronizationOperationRef &copy : copies)
         addSynchronizationOperation(copy);
+    updateProgress();
     startSynchronization();
 }
 
@@ -147,9 +127,7 @@ qint64 KVOperationQueue::allImagesCount() const {
 }
 
 qint64 KVOperationQueue::cancelledImagesCount() const {
-    if (!isOperationsCancelled())
-        return 0;
-    return imagesCount(allSyncOperations());
+    return isOperationsCancelled() ? m_changeBackCount.load() : 0;
 }
 
 void KVOperationQueue::setProcessedImagesCount(qint64 count) {
@@ -157,37 +135,26 @@ void KVOperationQueue::setProcessedImagesCount(qint64 count) {
     didChangeValueForKey(processedImagesCountKey);
 }
 
-void KVOperationQueue::setIsOperationsCancelled(bool cancelled) {
-    m_isOperationsCancelled = cancelled;
-    didChangeValueForKey(QStringLiteral("isOperationsCancelled"));
-}
-
-void KVOperationQueue::setIsSynchronizationInProcess(bool inProcess) {
-    m_isSynchronizationInProcess = inProcess;
-    didChangeValueForKey(QStringLiteral("isSynchronizationInProcess"));
-}
-
-void KVOperationQueue::setOperationType(KVOperationType type) {
-    m_operationType = type;
-    didChangeValueForKey(QStringLiteral("operationType"));
-}
-
 void KVOperationQueue::setAllImagesCountOnStartOfCancel(qint64 count) {
     m_allImagesCountOnStartOfCancel = count;
     didChangeValueForKey(QStringLiteral("allImagesCountOnStartOfCancel"));
 }
 
-KVOperationQueue::CompletionBlock KVOperationQueue::completetionBlock() const {
-    std::lock_guard lock(m_completionMutex);
-    return m_completetionBlock;
+void KVOperationQueue::setIsOperationsCancelled(bool cancelled) {
+    if (cancelled && !m_isOperationsCancelled)
+        setAllImagesCountOnStartOfCancel(imagesCount(allSyncOperations()));
+    m_isOperationsCancelled = cancelled;
+    didChangeValueForKey(QStringLiteral("isOperationsCancelled"));
 }
 
-void KVOperationQueue::setCompletetionBlock(CompletionBlock block) {
-    {
-        std::lock_guard lock(m_completionMutex);
-        m_completetionBlock = std::move(block);
-    }
-    didChangeValueForKey(QStringLiteral("completetionBlock"));
+void KVOperationQueue::setIsSynchronizationInProcess(bool inProcess) {
+    if (m_isSynchronizationInProcess.exchange(inProcess) != inProcess)
+        didChangeValueForKey(QStringLiteral("isSynchronizationInProcess"));
+}
+
+void KVOperationQueue::setOperationType(KVOperationType type) {
+    m_operationType = type;
+    didChangeValueForKey(QStringLiteral("operationType"));
 }
 
 void KVOperationQueue::observeValueForKeyPath(const QString &keyPath, KVObservable *) {
@@ -199,22 +166,14 @@ void KVOperationQueue::observeValueForKeyPath(const QString &keyPath, KVObservab
 }
 
 void KVOperationQueue::updateProgress() {
-    bool runEnded = false;
     {
         std::lock_guard lock(m_progressMutex);
-        const std::vector<KVSynchronizationOperationRef> operations = allSyncOperations();
         qint64 sum = 0;
-        for (const KVSynchronizationOperationRef &operation : operations)
+        for (const KVSynchronizationOperationRef &operation : allSyncOperations())
             sum += operation->processedImagesCount();
-        const bool cancelled = isOperationsCancelled();
-        // While reverting, the count runs down: the photos still to be changed back.
-        const qint64 count = cancelled ? imagesCount(operations) - sum : sum;
-        m_processedImagesCount = count;
-        runEnded = cancelled ? count == 0 : count == imagesCount(operations);
-        if (runEnded)
-            m_isSynchronizationInProcess = false;
+        // While changing back, the count runs down: the photos still to be changed back.
+        const bool changingBack = isOperationsCancelled() && m_changeBackCount > 0;
+        m_processedImagesCount = changingBack ? m_changeBackCount - sum : sum;
     }
     didChangeValueForKey(processedImagesCountKey);
-    if (runEnded)
-        didChangeValueForKey(QStringLiteral("isSynchronizationInProcess"));
 }

@@ -5,157 +5,183 @@
 
 #include "KVLog.h"
 
-#include <QDateTime>
+#include <QCoreApplication>
 
 #include <cmath>
 
 namespace {
 
-std::vector<KVImageFileRef> distinctImageFiles(const std::vector<KVImageFileRef> &imageFiles) {
-    std::vector<KVImageFileRef> distinct;
-    distinct.reserve(imageFiles.size());
-    KVImageFileSet seen;
-    for (const KVImageFileRef &file : imageFiles) {
-        if (file && seen.insert(file).second)
-            distinct.push_back(file);
-    }
-    return distinct;
+const QString processedImagesCountKey = QStringLiteral("processedImagesCount");
+
+QString tr(const char *text) {
+    return QCoreApplication::translate("KVSynchronizationOperation", text);
 }
 
 } // namespace
 
-KVSynchronizationOperation::KVSynchronizationOperation(
-    double timeInterval, const std::vector<KVImageFileRef> &imageFiles)
-    : m_timeInterval(timeInterval)
-    , m_imageFiles(distinctImageFiles(imageFiles)) {
-    m_notChangedFiles.reserve(8);
+KVSynchronizationOperation::KVSynchronizationOperation(std::vector<KVPhotoChange> changes,
+                                                       std::shared_ptr<KVRunJournal> journal,
+                                                       QString toolPath)
+    : m_changes(std::move(changes))
+    , m_journal(std::move(journal))
+    , m_toolPath(std::move(toolPath))
+    , m_results(m_changes.size()) {
+}
+
+KVSynchronizationOperation::KVSynchronizationOperation(double seconds,
+                                                       const std::vector<KVImageFileRef> &files)
+    : KVSynchronizationOperation(
+          [&] {
+              std::vector<KVPhotoChange> changes;
+              for (const KVImageFileRef &file : files) {
+                  if (file)
+                      changes.push_back({file, file->identity(), std::llround(seconds), {}, -1});
+              }
+              return changes;
+          }(),
+          nullptr, KVToolPath()) {
 }
 
 KVSynchronizationOperationRef KVSynchronizationOperation::copy() const {
+    auto copied = std::make_shared<KVSynchronizationOperation>(m_changes, m_journal, m_toolPath);
     std::lock_guard lock(m_mutex);
-    auto copied = std::make_shared<KVSynchronizationOperation>(m_timeInterval, m_imageFiles);
-    copied->m_doneImageFiles = m_doneImageFiles;
-    copied->m_notChangedFiles = m_notChangedFiles;
+    qint64 done = 0;
+    for (size_t index = 0; index < m_results.size(); ++index) {
+        // What failed is tried again; what changed stays done.
+        if (m_results[index] && m_results[index]->outcome.changed()) {
+            copied->m_results[index] = m_results[index];
+            ++done;
+        }
+    }
     // The count starts at what was done, not at 0: a copy still waiting for a worker would
     // otherwise pull the queue's summed count back below where the run stood.
-    copied->m_processedImagesCount = static_cast<qint64>(m_doneImageFiles.size());
-    if (!m_imageFiles.empty())
-        copied->m_progress =
-            static_cast<double>(m_doneImageFiles.size()) / static_cast<double>(m_imageFiles.size());
+    copied->m_processedImagesCount = done;
     return copied;
 }
 
-KVSynchronizationOperationRef KVSynchronizationOperation::revertedOperation() const {
-    std::lock_guard lock(m_mutex);
-    if (m_doneImageFiles.empty())
-        return nullptr;
-    return std::make_shared<KVSynchronizationOperation>(
-        -m_timeInterval,
-        std::vector<KVImageFileRef>(m_doneImageFiles.begin(), m_doneImageFiles.end()));
+KVPhotoChange KVRevertingChange(const KVPhotoChangeResult &result) {
+    KVPhotoChange change = result.change;
+    change.identity = result.after;
+    change.seconds = -result.change.seconds;
+    change.expectedOldDateText = result.outcome.newDateText;
+    change.journalIndex = -1;
+    return change;
 }
 
-KVImageFileSet KVSynchronizationOperation::doneImageFiles() const {
+std::vector<KVPhotoChangeResult> KVSynchronizationOperation::changed() const {
     std::lock_guard lock(m_mutex);
-    return m_doneImageFiles;
+    std::vector<KVPhotoChangeResult> results;
+    for (const std::optional<KVPhotoChangeResult> &result : m_results) {
+        if (result && result->outcome.changed())
+            results.push_back(*result);
+    }
+    return results;
 }
 
-QList<QUrl> KVSynchronizationOperation::notChangedFiles() const {
+std::vector<KVPhotoChangeResult> KVSynchronizationOperation::notChanged() const {
     std::lock_guard lock(m_mutex);
-    return m_notChangedFiles;
+    std::vector<KVPhotoChangeResult> results;
+    for (const std::optional<KVPhotoChangeResult> &result : m_results) {
+        if (result && result->outcome.status == KVWriteOutcome::Status::NotChanged)
+            results.push_back(*result);
+    }
+    return results;
 }
 
-double KVSynchronizationOperation::timeInterval() const {
+std::vector<KVPhotoChangeResult> KVSynchronizationOperation::unreached() const {
     std::lock_guard lock(m_mutex);
-    return m_timeInterval;
+    std::vector<KVPhotoChangeResult> results;
+    for (size_t index = 0; index < m_changes.size(); ++index) {
+        const std::optional<KVPhotoChangeResult> &result = m_results[index];
+        if (result && result->outcome.status != KVWriteOutcome::Status::Cancelled)
+            continue;
+        KVPhotoChangeResult stopped{m_changes[index], {}, m_changes[index].identity};
+        stopped.outcome.path = m_changes[index].identity.path;
+        stopped.outcome.reason = tr("The run was stopped before this photo was changed.");
+        results.push_back(std::move(stopped));
+    }
+    return results;
 }
 
-void KVSynchronizationOperation::setTimeInterval(double timeInterval) {
+void KVSynchronizationOperation::cancel() {
+    KVOperation::cancel();
     std::lock_guard lock(m_mutex);
-    m_timeInterval = timeInterval;
-}
-
-std::vector<KVImageFileRef> KVSynchronizationOperation::imageFiles() const {
-    std::lock_guard lock(m_mutex);
-    return m_imageFiles;
-}
-
-void KVSynchronizationOperation::setImageFiles(const std::vector<KVImageFileRef> &imageFiles) {
-    std::vector<KVImageFileRef> distinct = distinctImageFiles(imageFiles);
-    std::lock_guard lock(m_mutex);
-    m_imageFiles = std::move(distinct);
-}
-
-qsizetype KVSynchronizationOperation::imageFilesCount() const {
-    std::lock_guard lock(m_mutex);
-    return static_cast<qsizetype>(m_imageFiles.size());
+    if (m_writer)
+        m_writer->cancel();
 }
 
 void KVSynchronizationOperation::setProcessedImagesCount(qint64 count) {
     m_processedImagesCount = count;
-    didChangeValueForKey(QStringLiteral("processedImagesCount"));
+    didChangeValueForKey(processedImagesCountKey);
 }
 
 void KVSynchronizationOperation::main() {
     KVLogVerbose(QStringLiteral("Sync operation launched"));
-    const double interval = timeInterval();
-    const std::vector<KVImageFileRef> allFiles = imageFiles();
-    KVImageFileSet remaining(allFiles.begin(), allFiles.end());
-    const qint64 total = static_cast<qint64>(remaining.size());
-    const KVImageFileSet done = doneImageFiles();
-    // A copy of an interrupted operation counts on from what it had done before.
-    setProcessedImagesCount(static_cast<qint64>(done.size()));
-    for (const KVImageFileRef &file : done)
-        remaining.erase(file);
-    const std::vector<KVImageFileRef> list(remaining.begin(), remaining.end());
-    KVLogVerbose(QStringLiteral("Images to sync: %1").arg(list.size()));
+    // The tool lives as long as this worker's share of the run: it is closed when the share
+    // is done, and killed by a cancel.
+    KVPhotoWriter writer(m_toolPath);
+    std::vector<size_t> left;
+    {
+        std::lock_guard lock(m_mutex);
+        m_writer = &writer;
+        if (isCancelled())
+            writer.cancel();
+        for (size_t index = 0; index < m_results.size(); ++index) {
+            if (!m_results[index])
+                left.push_back(index);
+        }
+    }
+    qint64 processed = static_cast<qint64>(m_changes.size() - left.size());
+    setProcessedImagesCount(processed);
+    KVLogVerbose(QStringLiteral("Images to sync: %1").arg(left.size()));
 
-    for (const KVImageFileRef &file : list) {
-        // Checked between photos only: a photo being written is always finished, never cut.
+    for (const size_t index : left) {
         if (isCancelled())
             break;
-        if (synchronizeImageFile(file, interval)) {
-            // Kept at once rather than when the loop ends, so that whoever reads the done
-            // photos of a running operation never misses one that is already on disk.
+        KVPhotoChangeResult result = write(writer, m_changes[index]);
+        {
+            // Kept at once, so that whoever reads the changed photos of a running operation
+            // never misses one that is already on disk.
             std::lock_guard lock(m_mutex);
-            m_doneImageFiles.insert(file);
+            m_results[index] = std::move(result);
         }
-        const qint64 processed = processedImagesCount() + 1;
-        // The fraction first, so that whoever hears of the count reads a progress that matches.
-        setProgress(static_cast<double>(processed) / static_cast<double>(total));
-        setProcessedImagesCount(processed);
+        setProcessedImagesCount(++processed);
     }
+    std::lock_guard lock(m_mutex);
+    m_writer = nullptr;
 }
 
-bool KVSynchronizationOperation::synchronizeImageFile(const KVImageFileRef &file, double interval) {
-    std::lock_guard fileLock(file->lock());
-    KVLogVerbose(QStringLiteral("Images path: %1").arg(file->path()));
-    // A photo moved to the Trash is neither changed nor reported.
-    if (file->imageState() == KVImageStateRemoved)
-        return false;
-    KVLogVerbose(QStringLiteral("Calling"));
-    const QDateTime date = file->creationDate();
-    bool isSucceed = false;
-    // A date that cannot be computed is never handed to the writer: the file stays as it is.
-    if (date.isValid() && std::isfinite(interval) && std::fabs(interval) < 1e12) {
-        const QDateTime newDate = date.addMSecs(std::llround(interval * 1000.0));
-        if (newDate.isValid())
-            file->setCreationDate(newDate, &isSucceed);
+KVPhotoChangeResult KVSynchronizationOperation::write(KVPhotoWriter &writer,
+                                                      const KVPhotoChange &change) {
+    KVPhotoChangeResult result{change, {}, change.identity};
+    result.outcome.path = change.identity.path;
+    const int index = change.journalIndex;
+    std::unique_lock<std::recursive_mutex> recordLock;
+    if (change.file) {
+        recordLock = std::unique_lock(change.file->lock());
+        if (change.file->imageState() == KVImageStateRemoved) {
+            result.outcome.reason = tr("The photo was moved to the Trash.");
+            if (m_journal && index >= 0)
+                m_journal->didNotChange(index, result.outcome.reason);
+            return result;
+        }
     }
-    if (isSucceed)
-        noteChanged(file->url());
-    else
-        noteNotChanged(file->url());
-    return isSucceed;
-}
-
-void KVSynchronizationOperation::noteNotChanged(const QUrl &url) {
-    std::lock_guard lock(m_mutex);
-    if (!m_notChangedFiles.contains(url))
-        m_notChangedFiles.append(url);
-}
-
-void KVSynchronizationOperation::noteChanged(const QUrl &url) {
-    // Only a resumed copy can hold the photo here, from a failure of the run it continues.
-    std::lock_guard lock(m_mutex);
-    m_notChangedFiles.removeAll(url);
+    KVLogVerbose(QStringLiteral("Images path: %1").arg(change.identity.path));
+    const KVPhotoWriter::WillChange willChange = [&](const QString &oldText,
+                                                     const QString &newText) {
+        return !m_journal || index < 0 || m_journal->willChange(index, oldText, newText);
+    };
+    // A record follows its file: the new identity and dates are its own from now on.
+    result.outcome = change.file
+                         ? change.file->shiftCreationDate(writer, change.seconds, willChange,
+                                                          change.expectedOldDateText)
+                         : writer.shiftDates(change.identity, change.seconds, willChange,
+                                             change.expectedOldDateText);
+    if (result.outcome.path.isEmpty())
+        result.outcome.path = change.identity.path;
+    if (result.outcome.changed())
+        result.after = result.outcome.identity;
+    if (m_journal && index >= 0)
+        m_journal->didChange(index, result.outcome);
+    return result;
 }

@@ -5,62 +5,83 @@
 
 #include "KVImageFile.h"
 #include "KVOperation.h"
+#include "KVPhotoWriter.h"
+#include "KVRunJournal.h"
 
-#include <QList>
-#include <QUrl>
+#include <QString>
 
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <unordered_set>
+#include <optional>
 #include <vector>
 
 class KVSynchronizationOperation;
 using KVSynchronizationOperationRef = std::shared_ptr<KVSynchronizationOperation>;
-using KVImageFileSet = std::unordered_set<KVImageFileRef, KVImageFileHash, KVImageFileEqual>;
 
-// Shifts the capture date of every photo of one camera by one interval, photo by photo, and
-// remembers what it changed so that a cancel can change exactly that back.
-// Observable key: "processedImagesCount" (announced on the worker thread).
+// One photo's part of a run: which file, by how much, and (for undo, redo and changing back)
+// the date it must have for the change to apply.
+struct KVPhotoChange {
+    // The window's record of the photo, brought up to date after the write; null where there
+    // is none (the command line's undo).
+    KVImageFileRef file;
+    KVPhotoIdentity identity;
+    qint64 seconds = 0;
+    std::optional<QString> expectedOldDateText;
+    // The photo's place in the run's journal.
+    int journalIndex = -1;
+};
+
+// What became of one change.
+struct KVPhotoChangeResult {
+    KVPhotoChange change;
+    KVWriteOutcome outcome;
+    // The file after the write (a replaced photo is a new file).
+    KVPhotoIdentity after;
+};
+
+// The change that moves a changed photo back: by minus its shift, and only while it still has
+// the date it was given.
+KVPhotoChange KVRevertingChange(const KVPhotoChangeResult &result);
+
+// One worker of a run: writes its share of the run's photos one after the other through a tool
+// process of its own, journals each, and keeps what became of it, so that a cancel can change
+// exactly the changed photos back, each by its own shift.
+// Observable keys: "processedImagesCount", "isFinished" (announced on the worker thread).
 class KVSynchronizationOperation : public KVOperation {
 public:
-    // Null records and repeated photos are dropped from the list: each photo is counted and
-    // changed once, so the queue's total is what the operation really handles.
-    KVSynchronizationOperation(double timeInterval, const std::vector<KVImageFileRef> &imageFiles);
+    KVSynchronizationOperation(std::vector<KVPhotoChange> changes,
+                               std::shared_ptr<KVRunJournal> journal, QString toolPath);
+    // Every photo shifted by the same seconds, without a journal, through the tool at
+    // KVToolPath().
+    KVSynchronizationOperation(double seconds, const std::vector<KVImageFileRef> &files);
 
-    // A fresh operation over the same photos that skips those already done, so that a run
+    // A fresh operation over the photos not yet changed, keeping what was done, so that a run
     // interrupted midway continues where it stopped.
     KVSynchronizationOperationRef copy() const;
-    // The operation that moves exactly the changed photos back; null when nothing was changed.
-    KVSynchronizationOperationRef revertedOperation() const;
-
-    KVImageFileSet doneImageFiles() const;
-    QList<QUrl> notChangedFiles() const;
-
-    double timeInterval() const;
-    void setTimeInterval(double timeInterval);
-    std::vector<KVImageFileRef> imageFiles() const;
-    void setImageFiles(const std::vector<KVImageFileRef> &imageFiles);
-    qsizetype imageFilesCount() const;
-    double progress() const { return m_progress.load(); }
-    void setProgress(double progress) { m_progress = progress; }
+    std::vector<KVPhotoChangeResult> changed() const;
+    std::vector<KVPhotoChangeResult> notChanged() const;
+    // The photos it never came to, or whose write a cancel ended, as not changed.
+    std::vector<KVPhotoChangeResult> unreached() const;
+    qsizetype imageFilesCount() const { return static_cast<qsizetype>(m_changes.size()); }
     qint64 processedImagesCount() const { return m_processedImagesCount.load(); }
-    void setProcessedImagesCount(qint64 count);
+
+    // Also ends the photo being written: its tool is killed and the photo stays as it was.
+    void cancel() override;
 
 protected:
     void main() override;
 
 private:
-    // Changes one photo under its record's lock; true when its date was written.
-    bool synchronizeImageFile(const KVImageFileRef &file, double timeInterval);
-    void noteNotChanged(const QUrl &url);
-    void noteChanged(const QUrl &url);
+    KVPhotoChangeResult write(KVPhotoWriter &writer, const KVPhotoChange &change);
+    void setProcessedImagesCount(qint64 count);
 
+    const std::vector<KVPhotoChange> m_changes;
+    const std::shared_ptr<KVRunJournal> m_journal;
+    const QString m_toolPath;
     mutable std::mutex m_mutex;
-    KVImageFileSet m_doneImageFiles;
-    QList<QUrl> m_notChangedFiles;
-    double m_timeInterval = 0;
-    std::vector<KVImageFileRef> m_imageFiles;
-    std::atomic<double> m_progress{0};
+    // By index into m_changes.
+    std::vector<std::optional<KVPhotoChangeResult>> m_results;
+    KVPhotoWriter *m_writer = nullptr;
     std::atomic<qint64> m_processedImagesCount{0};
 };

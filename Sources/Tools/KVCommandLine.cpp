@@ -3,10 +3,19 @@
 
 #include "KVCommandLine.h"
 
+#include "KVRunProgress.h"
+#include "KVRunRecovery.h"
+
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QJsonObject>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <unistd.h>
 
 #include <cmath>
 
@@ -56,4 +65,85 @@ QString KVCommandLine::offsetText(double seconds) {
 
 void KVCommandLine::print(std::FILE *stream, const QString &text) {
     std::fputs(text.toUtf8().constData(), stream);
+}
+
+std::optional<int> KVCommandLine::refuseWhileInterrupted(bool changesPhotos) {
+    const std::vector<KVRunRecord> runs =
+        KVRunRecovery::interruptedRuns(KVRunRecovery::Mode::ChangeBack);
+    if (runs.empty())
+        return std::nullopt;
+    print(stderr, QStringLiteral("kalvora-cli: a run was cut off before it ended:\n%1"
+                                 "Run \"kalvora-cli recover\" to change its photos back (or "
+                                 "\"kalvora-cli recover --finish\" to finish it)%2.\n")
+                      .arg(KVRunRecovery::describe(runs),
+                           changesPhotos ? QStringLiteral("; no photo was changed") : QString()));
+    if (!changesPhotos)
+        return std::nullopt;
+    return 1;
+}
+
+int KVCommandLine::waitForRun(KVSyncController &controller, std::FILE *progressStream,
+                              const std::function<void()> &cancel) {
+    const bool live = isatty(fileno(progressStream));
+    QEventLoop loop;
+    QElapsedTimer clock;
+    int signalNumber = 0;
+    QSocketNotifier notifier(KVRunProgress::signalFd(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [&] {
+        const int received = KVRunProgress::readSignal();
+        if (received == 0)
+            return;
+        if (signalNumber != 0) {
+            print(stderr, QStringLiteral("\nStill changing back the photos already changed; "
+                                         "please wait.\n"));
+            return;
+        }
+        signalNumber = received;
+        print(stderr, QStringLiteral("\nCancelling: stopping the tools, then changing back the "
+                                     "photos already changed...\n"));
+        cancel();
+        clock.restart();
+    });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (live) {
+            print(progressStream, KVRunProgress::line(controller.queue(), clock.elapsed()));
+            std::fflush(progressStream);
+        }
+        if (!controller.isBusy())
+            loop.quit();
+    });
+    clock.start();
+    poll.start(50);
+    if (controller.isBusy())
+        loop.exec();
+    poll.stop();
+    if (live)
+        std::fputc('\n', progressStream);
+    return signalNumber;
+}
+
+QJsonArray KVCommandLine::photoArray(const std::vector<KVPhotoChangeResult> &results) {
+    QJsonArray photos;
+    for (const KVPhotoChangeResult &result : results) {
+        QJsonObject photo{{QStringLiteral("path"), result.change.identity.path}};
+        if (!result.outcome.reason.isEmpty())
+            photo.insert(QStringLiteral("reason"), result.outcome.reason);
+        photos.append(photo);
+    }
+    return photos;
+}
+
+QString KVCommandLine::photoList(const QString &heading,
+                                 const std::vector<KVPhotoChangeResult> &results) {
+    if (results.empty())
+        return {};
+    QString text = QStringLiteral("%1: %2\n").arg(heading).arg(results.size());
+    for (const KVPhotoChangeResult &result : results) {
+        text += QStringLiteral("    %1").arg(result.change.identity.path);
+        if (!result.outcome.reason.isEmpty())
+            text += QStringLiteral(": ") + result.outcome.reason;
+        text += QLatin1Char('\n');
+    }
+    return text;
 }

@@ -7,9 +7,12 @@
 #include "KVHeadlessUserInterface.h"
 #include "KVSuggestedMatches.h"
 
+#include <QJsonArray>
 #include <QStringList>
 
 #include <cstdio>
+#include <functional>
+#include <optional>
 
 // Shared ground of the command-line front end: photos are added through the same model code as
 // in the window, with a window that has no pixels.
@@ -32,6 +35,21 @@ public:
     static QString bundlePath();
     static void print(std::FILE *stream, const QString &text);
 
+    // Before a command reads or changes photos: a run cut off earlier must be settled first
+    // (kalvora-cli recover). Prints why and gives the exit status 1 when one waits and the
+    // command changes photos; commands that only read are warned.
+    static std::optional<int> refuseWhileInterrupted(bool changesPhotos);
+    // Runs the event loop until the controller's run has ended, drawing its progress on a
+    // terminal. Ctrl-C (or SIGTERM, SIGHUP) calls `cancel` once. Returns that signal, or 0.
+    // Signal handlers must be installed (KVRunProgress) before the run starts.
+    static int waitForRun(KVSyncController &controller, std::FILE *progressStream,
+                          const std::function<void()> &cancel);
+    // Each photo as {"path", "reason"} (reason only where there is one).
+    static QJsonArray photoArray(const std::vector<KVPhotoChangeResult> &results);
+    // The lines "    path: reason" under a heading, or nothing for no photos.
+    static QString photoList(const QString &heading,
+                             const std::vector<KVPhotoChangeResult> &results);
+
 private:
     KVHeadlessUserInterface m_ui;
     KVAppDelegate m_model;
@@ -44,3 +62,6 @@ int KVRunSuggestCommand(const QStringList &arguments);
 // The suggested offsets as text: one line per camera, with its pair of photos and why it is or is
 // not sure.
 QString KVSuggestionText(const KVSuggestedMatches &suggestion);
+int KVRunUndoCommand(const QStringList &arguments);
+int KVRunHistoryCommand(const QStringList &arguments);
+int KVRunRecoverCommand(const QStringList &arguments);

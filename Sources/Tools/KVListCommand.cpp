@@ -44,6 +44,7 @@ int KVRunListCommand(const QStringList &arguments) {
     if (paths.isEmpty())
         return 2;
 
+    KVCommandLine::refuseWhileInterrupted(false);
     KVCommandLine commandLine;
     commandLine.addPaths(paths);
     KVCameraSets &model = commandLine.model();

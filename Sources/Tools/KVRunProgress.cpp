@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -56,9 +57,16 @@ int readSignal() {
     return read(signalPipe[0], &byte, 1) == 1 ? byte : 0;
 }
 
+bool signalPending() {
+    struct pollfd descriptor = {signalPipe[0], POLLIN, 0};
+    return signalPipe[0] != -1 && ::poll(&descriptor, 1, 0) == 1;
+}
+
 QString line(const KVOperationQueue &queue, qint64 elapsedMilliseconds) {
     const qint64 done = queue.processedImagesCount();
     const bool reverting = queue.isOperationsCancelled();
+    if (reverting && queue.cancelledImagesCount() == 0)
+        return QStringLiteral("\rCancelling: stopping the tools...\033[K");
     // While reverting, the count runs down from what has to be changed back.
     const qint64 total = reverting ? queue.cancelledImagesCount() : queue.allImagesCount();
     const qint64 handled = reverting ? total - done : done;

@@ -16,6 +16,8 @@ void restoreSignalHandlers();
 int signalFd();
 // The signal that arrived, or 0.
 int readSignal();
+// Whether a signal waits to be read, without reading it.
+bool signalPending();
 // "\rShifting [####....] 3/10 photos  1.5 photos/s  0:05 left", counting down while a cancel
 // changes photos back.
 QString line(const KVOperationQueue &queue, qint64 elapsedMilliseconds);

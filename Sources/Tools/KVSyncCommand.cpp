@@ -7,20 +7,14 @@
 #include "KVRunProgress.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSocketNotifier>
-#include <QTimer>
 
 #include <cmath>
 #include <functional>
 #include <optional>
-
-#include <unistd.h>
 
 namespace {
 
@@ -94,60 +88,20 @@ int fail(const QString &message, int status) {
     return status;
 }
 
-// Runs the window's Sync command and waits for the run, and for the revert of a Ctrl-C, to end.
+// Runs the window's Sync command (`start`) and waits for the run, and for the change-back of a
+// Ctrl-C, to end. Returns the signal that cancelled it, or 0.
 int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream,
                        const std::function<void()> &start) {
     KVAppDelegate &model = commandLine.model();
-    KVHeadlessUserInterface &ui = commandLine.userInterface();
-    KVOperationQueue &queue = model.syncQueue();
-    const bool live = isatty(fileno(progressStream));
-    if (!KVRunProgress::installSignalHandlers())
-        return fail(QStringLiteral("cannot watch for Ctrl-C; no photo was changed."), 1);
-
-    QEventLoop loop;
-    QElapsedTimer clock;
-    int signalNumber = 0;
-    QSocketNotifier notifier(KVRunProgress::signalFd(), QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, [&] {
-        const int received = KVRunProgress::readSignal();
-        if (received == 0 || signalNumber != 0)
-            return;
-        signalNumber = received;
-        KVCommandLine::print(stderr, QStringLiteral("\nCancelling: changing back the photos "
-                                                    "already changed...\n"));
-        // The button shows "Cancel Syncing" while a run goes: pressing it again cancels.
-        model.synchronizeTimeOrCancel();
-        clock.restart();
-    });
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (live) {
-            KVCommandLine::print(progressStream, KVRunProgress::line(queue, clock.elapsed()));
-            std::fflush(progressStream);
-        }
-        // Over when the button is back and no operation is left; a cancel before any photo
-        // changed leaves the queue "in process" by design, so the title decides.
-        if (ui.syncButtonTitle() == KVAppDelegate::mainSyncButtonTitle() &&
-            queue.operationCount() == 0 &&
-            (!queue.isSynchronizationInProcess() || queue.processedImagesCount() == 0))
-            loop.quit();
-    });
-    clock.start();
-    const int alertsBefore = ui.alerts().size();
+    KVSyncController &controller = model.syncController();
+    // Another run over these folders is waited for; Ctrl-C ends the wait.
+    controller.setLockWait(std::chrono::hours(24), [] { return KVRunProgress::signalPending(); });
     start();
-    if (ui.alerts().size() > alertsBefore ||
-        ui.syncButtonTitle() != KVAppDelegate::alternateSyncButtonTitle()) {
-        KVRunProgress::restoreSignalHandlers();
-        return 0;
-    }
-    poll.start(100);
-    loop.exec();
-    poll.stop();
-    // The completion block runs from the event loop once the queue has emptied.
+    // Pressing the button again while the run goes is its Cancel.
+    const int signalNumber = KVCommandLine::waitForRun(controller, progressStream,
+                                                       [&] { model.synchronizeTimeOrCancel(); });
+    // What the end of the run shows is shown from the event loop.
     QCoreApplication::processEvents();
-    if (live)
-        std::fputc('\n', progressStream);
-    KVRunProgress::restoreSignalHandlers();
     return signalNumber;
 }
 
@@ -157,7 +111,8 @@ int KVRunSyncCommand(const QStringList &arguments) {
     const std::optional<SyncOptions> options = parseOptions(arguments);
     if (!options)
         return 2;
-
+    if (const std::optional<int> refused = KVCommandLine::refuseWhileInterrupted(!options->dryRun))
+        return *refused;
     KVCommandLine commandLine;
     KVAppDelegate &model = commandLine.model();
     const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
@@ -255,26 +210,38 @@ int KVRunSyncCommand(const QStringList &arguments) {
         KVCommandLine::print(stdout, text);
 
     int signalNumber = 0;
-    if (!options->dryRun)
+    if (!options->dryRun) {
+        if (!KVRunProgress::installSignalHandlers())
+            return fail(QStringLiteral("cannot watch for Ctrl-C; no photo was changed."), 1);
         signalNumber = runSynchronization(commandLine, options->json ? stderr : stdout, start);
+        KVRunProgress::restoreSignalHandlers();
+    }
 
     KVHeadlessUserInterface &ui = commandLine.userInterface();
     QJsonArray alerts;
     for (const KVHeadlessUserInterface::Alert &alert : ui.alerts())
         alerts.append(alert.title + QStringLiteral(": ") + alert.text);
-    QJsonArray notChanged;
-    for (const KVSynchronizationOperationRef &operation : model.syncQueue().allSyncOperations()) {
-        for (const QUrl &url : operation->notChangedFiles())
-            notChanged.append(url.toLocalFile());
-    }
+    const KVSyncController::Outcome outcome =
+        model.syncController().lastOutcome().value_or(KVSyncController::Outcome());
+    // The photos the run did not change, those it never reached included.
+    std::vector<KVPhotoChangeResult> notChangedResults = outcome.notChanged;
+    if (outcome.end == KVRunRecord::End::Abandoned)
+        notChangedResults.insert(notChangedResults.end(), outcome.unreached.begin(),
+                                 outcome.unreached.end());
+    const QJsonArray notChanged = KVCommandLine::photoArray(notChangedResults);
     const QString message = ui.displayedText();
     if (options->json) {
-        const QJsonObject root{{QStringLiteral("intervals"), table},
-                               {QStringLiteral("dryRun"), options->dryRun},
-                               {QStringLiteral("cancelled"), signalNumber != 0},
-                               {QStringLiteral("message"), message},
-                               {QStringLiteral("alerts"), alerts},
-                               {QStringLiteral("notChanged"), notChanged}};
+        const QJsonObject root{
+            {QStringLiteral("intervals"), table},
+            {QStringLiteral("dryRun"), options->dryRun},
+            {QStringLiteral("cancelled"), signalNumber != 0},
+            {QStringLiteral("message"), message},
+            {QStringLiteral("alerts"), alerts},
+            {QStringLiteral("run"), outcome.runId},
+            {QStringLiteral("changed"), KVCommandLine::photoArray(outcome.changed)},
+            {QStringLiteral("notChanged"), notChanged},
+            {QStringLiteral("changedBack"), KVCommandLine::photoArray(outcome.changedBack)},
+            {QStringLiteral("notChangedBack"), KVCommandLine::photoArray(outcome.notChangedBack)}};
         KVCommandLine::print(stdout, QString::fromUtf8(QJsonDocument(root).toJson()));
     } else if (!options->dryRun) {
         QString report;
@@ -282,14 +249,14 @@ int KVRunSyncCommand(const QStringList &arguments) {
             report += alert.toString() + QLatin1Char('\n');
         if (!message.isEmpty())
             report += message + QLatin1Char('\n');
-        if (!notChanged.isEmpty()) {
-            report += QStringLiteral("not changed: %1\n").arg(notChanged.size());
-            for (const QJsonValue &path : notChanged)
-                report += QStringLiteral("    %1\n").arg(path.toString());
-        }
+        if (outcome.end == KVRunRecord::End::Abandoned)
+            report += KVCommandLine::photoList(QStringLiteral("changed"), outcome.changed);
+        report += KVCommandLine::photoList(QStringLiteral("not changed"), notChangedResults);
+        report +=
+            KVCommandLine::photoList(QStringLiteral("NOT changed back"), outcome.notChangedBack);
         KVCommandLine::print(stdout, report);
     }
     if (signalNumber != 0)
         return 128 + signalNumber;
-    return alerts.isEmpty() && notChanged.isEmpty() ? 0 : 1;
+    return alerts.isEmpty() && notChanged.isEmpty() && outcome.notChangedBack.empty() ? 0 : 1;
 }

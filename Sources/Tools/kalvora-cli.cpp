@@ -31,7 +31,16 @@ const char *usage =
     "  Reads the photos in PATHS and suggests, from when they were taken, each camera's offset\n"
     "  against the reference camera (by default the first in the window's order): the seconds to\n"
     "  add to its dates, a confidence from 0 to 1 (from 0.8 on it is acted on), and the pair of\n"
-    "  photos that shows the match best. Changes nothing.\n";
+    "  photos that shows the match best. Changes nothing.\n"
+    "usage: kalvora-cli undo [--json]\n"
+    "  Moves back the photos the last run of this user changed (see history), each by its own\n"
+    "  shift, and prints each one. Exit status 1 when a photo could not be moved back.\n"
+    "usage: kalvora-cli history [--json]\n"
+    "  Lists the runs of this user from their journals, oldest first.\n"
+    "usage: kalvora-cli recover [--rollback | --finish] [--json]\n"
+    "  Settles runs that were cut off (a crash, a kill): changes their photos back to the dates\n"
+    "  they had before (the default), or finishes them. Exit status 1 when a photo could not be\n"
+    "  settled. Commands that change photos refuse to run while a cut-off run waits.\n";
 
 } // namespace
 
@@ -49,6 +58,12 @@ int main(int argc, char **argv) {
         status = KVRunSyncCommand(arguments);
     else if (command == QLatin1String("suggest"))
         status = KVRunSuggestCommand(arguments);
+    else if (command == QLatin1String("undo"))
+        status = KVRunUndoCommand(arguments);
+    else if (command == QLatin1String("history"))
+        status = KVRunHistoryCommand(arguments);
+    else if (command == QLatin1String("recover"))
+        status = KVRunRecoverCommand(arguments);
     if (status == 2)
         std::fputs(usage, stderr);
     return status;

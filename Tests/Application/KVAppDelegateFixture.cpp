@@ -69,23 +69,6 @@ QString KVAppDelegateFixture::dateOnDisk(const QString &path) {
     return KVTest::readExif(path, "Exif.Photo.DateTimeOriginal");
 }
 
-QString KVAppDelegateFixture::slowTool(double seconds) {
-    return KVTest::writeFakeTool(m_root.filePath("slow-exiftool"),
-                                 QStringLiteral("sleep %1").arg(seconds));
-}
-
-QString KVAppDelegateFixture::gatedTool(const QString &gate) {
-    // The first photo always goes through; every later one says so and waits while the gate is
-    // there.
-    return KVTest::writeFakeTool(m_root.filePath("gated-exiftool"),
-                                 QStringLiteral("if [ -e \"%1.passed\" ]; then\n"
-                                                "    : > \"%1.waiting\"\n"
-                                                "    while [ -e \"%1\" ]; do sleep 0.05; done\n"
-                                                "fi\n"
-                                                ": > \"%1.passed\"")
-                                     .arg(gate));
-}
-
 bool KVAppDelegateFixture::waitForRunToEnd() {
     return KVTest::waitFor(
         [&] {

@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-// A delegate with a window that has no pixels, its tool pointed at the real exiftool (or a slow
-// stand-in), its temporary copies and Trash in a folder of the test's own.
+// A delegate with a window that has no pixels, its tool pointed at the real exiftool, its
+// temporary files and Trash in a folder of the test's own.
 class KVAppDelegateFixture : public ::testing::Test {
 protected:
     void SetUp() override;
@@ -24,11 +24,6 @@ protected:
     KVImageFileRef photo(const QString &path) const;
     // The capture date as written in the file, read by a fresh reader.
     static QString dateOnDisk(const QString &path);
-    // A tool that waits before it runs the real one, so a run can be caught midway.
-    QString slowTool(double seconds);
-    // A tool that lets the first photo through and holds every later one while the gate file
-    // exists, so a run is held midway for certain.
-    QString gatedTool(const QString &gate);
     bool waitForRunToEnd();
     static bool canMount();
     static bool run(const QString &program, const QStringList &arguments);

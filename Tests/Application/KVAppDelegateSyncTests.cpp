@@ -3,7 +3,9 @@
 
 #include "KVAppDelegateFixture.h"
 
+#include "KVFakeTool.h"
 #include "KVPhotoWriter.h"
+#include "KVTestExif.h"
 #include "KVTestSupport.h"
 
 #include <QCoreApplication>
@@ -98,20 +100,50 @@ TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExa
 
 TEST_F(KVAppDelegateSyncTest, CancelChangesEveryDonePhotoBackAndLeavesNothingToUndo) {
     markReferenceAndMatch();
-    KVSetToolPath(slowTool(0.4).toUtf8().constData());
+    // One photo goes through; the next ones hang in a tool deaf to SIGTERM.
+    const KVTest::FakeTool tool(m_root.filePath("tool"), 1);
+    tool.closeGate();
+    KVSetToolPath(tool.path());
     m_delegate->synchronizeTimeOrCancel();
     KVOperationQueue &queue = m_delegate->syncQueue();
-    ASSERT_TRUE(KVTest::waitFor([&] { return queue.processedImagesCount() >= 1; }));
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return queue.processedImagesCount() == 1 && tool.isHolding(); },
+                        std::chrono::seconds(60)));
+
     m_delegate->synchronizeTimeOrCancel();
+    // Back at once, the tool still hung: the window is cancelling, and a press does nothing more.
+    EXPECT_TRUE(tool.isHolding());
+    EXPECT_EQ(m_delegate->syncController().state(), KVSyncController::State::Cancelling);
     EXPECT_EQ(m_ui.syncButtonTitle(), "Sync Time");
     EXPECT_EQ(queue.operationType(), KVOperationTypeCancel);
-    ASSERT_TRUE(KVTest::waitFor(
-        [&] { return queue.processedImagesCount() == 0 && queue.operationCount() == 0; },
-        std::chrono::seconds(60)));
+    EXPECT_TRUE(queue.isOperationsCancelled());
+    EXPECT_FALSE(m_delegate->isEnabledSynchronization());
+    m_delegate->synchronizeTimeOrCancel();
+    tool.openGate();
+
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_ui.isLocked(); }, std::chrono::seconds(60)));
+    EXPECT_FALSE(m_delegate->isProcessingPathes());
     EXPECT_EQ(datesOfB(), originalB);
     EXPECT_EQ(datesOfA(), originalA);
     EXPECT_FALSE(m_delegate->undoManager().canUndo());
     EXPECT_NE(m_ui.displayedText(), synced);
+    EXPECT_EQ(tool.aliveCount(), 0);
+}
+
+TEST_F(KVAppDelegateSyncTest, CancelWithAToolHungOnTheFirstPhotoUnlocksWithoutChangingAnything) {
+    markReferenceAndMatch();
+    const KVTest::FakeTool tool(m_root.filePath("tool"), 0);
+    tool.closeGate();
+    KVSetToolPath(tool.path());
+    m_delegate->synchronizeTimeOrCancel();
+    ASSERT_TRUE(KVTest::waitFor([&] { return tool.isHolding(); }, std::chrono::seconds(60)));
+    m_delegate->synchronizeTimeOrCancel();
+    EXPECT_TRUE(m_ui.isLocked());
+    // The gate stays shut: only the kill of the hung tools ends the run.
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_ui.isLocked(); }, std::chrono::seconds(20)));
+    EXPECT_TRUE(m_delegate->applicationShouldTerminate());
+    EXPECT_EQ(datesOfB(), originalB);
+    EXPECT_FALSE(m_delegate->undoManager().canUndo());
 }
 
 TEST_F(KVAppDelegateSyncTest,
@@ -193,25 +225,87 @@ TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel) {
     EXPECT_FALSE(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::RemoveFiles));
 }
 
-TEST_F(KVAppDelegateSyncTest, PhotosTheToolCannotChangeAreReportedThroughAReportThatNeverShows) {
-    markReferenceAndMatch();
-    const QString failing = m_root.filePath("failing-tool");
-    QFile tool(failing);
-    ASSERT_TRUE(tool.open(QIODevice::WriteOnly));
-    tool.write("#!/bin/sh\necho refused\nexit 1\n");
-    tool.close();
-    tool.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    KVSetToolPath(failing.toUtf8().constData());
+// A raw file the tool refuses, on the matched camera: the run says it is not complete, the
+// report lists the file with the tool's own words, and Undo moves back only what changed.
+TEST_F(KVAppDelegateSyncTest, APhotoTheToolRefusesIsReportedWithItsReasonAndUndoLeavesItAlone) {
+    const QString raw = m_root.filePath("event/b4.nef");
+    ASSERT_TRUE(QFile::copy(KVTest::samplePath("raw/Nikon.nef"), raw));
+    QFile::setPermissions(raw, QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray rawBytes = KVTest::readFile(raw);
+    add({raw});
+    const KVImageFileRef rawPhoto = photo(raw);
+    ASSERT_TRUE(rawPhoto);
+    // Its camera is matched to the reference through its own photo.
+    photo(m_a1)->setImageState(KVImageStateEtalon);
+    rawPhoto->setImageState(KVImageStateSelected);
+    const qsizetype cameraPhotos = m_delegate->imageFiles()->at(rawPhoto->fullCameraName()).size();
 
     m_delegate->synchronizeTimeOrCancel();
-    ASSERT_TRUE(
-        KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
     ASSERT_TRUE(waitForRunToEnd());
-    QCoreApplication::processEvents();
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_ui.fileReports().isEmpty(); }));
+    const KVHeadlessUserInterface::FileReport report = m_ui.fileReports().last();
+    EXPECT_EQ(report.type, KVUserInterface::NotChangedFiles);
+    ASSERT_EQ(report.records.size(), 1);
+    EXPECT_EQ(report.records[0]["path"].toString(), raw);
+    EXPECT_EQ(report.records[0]["name"].toString(), "b4.nef");
+    EXPECT_TRUE(report.records[0]["error"].toString().contains("StripByteCounts"))
+        << qPrintable(report.records[0]["error"].toString());
+    EXPECT_EQ(m_ui.displayedText(), "Syncing has not been completed");
+    EXPECT_FALSE(m_ui.calls().contains("display:" + synced));
+    EXPECT_EQ(KVTest::readFile(raw), rawBytes);
+    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(),
+              static_cast<size_t>(cameraPhotos - 1));
+
+    ASSERT_TRUE(KVTest::waitFor([&] { return m_delegate->validateUndoItem(false); }));
+    m_delegate->undoManager().undo();
+    ASSERT_TRUE(waitForRunToEnd());
+    EXPECT_TRUE(m_delegate->syncController().lastOutcome()->isComplete());
+    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(),
+              static_cast<size_t>(cameraPhotos - 1));
+    EXPECT_EQ(KVTest::readFile(raw), rawBytes);
+    EXPECT_EQ(datesOfA(), originalA);
     EXPECT_EQ(datesOfB(), originalB);
-    // The not changed report fails while it is set up: no sheet, and the program goes on.
-    for (const auto &report : m_ui.fileReports())
-        EXPECT_NE(report.type, KVUserInterface::NotChangedFiles);
-    EXPECT_THROW(m_delegate->showNotChangedFiles({QUrl::fromLocalFile(m_b1)}), std::logic_error);
     EXPECT_FALSE(m_ui.isLocked());
+}
+
+// A run cut off by a crash is found at the next start: the window asks, and does what it is told.
+TEST_F(KVAppDelegateSyncTest, AtStartAnInterruptedRunIsOfferedAndFinishedOrChangedBack) {
+    for (const int answer : {0, 1}) {
+        SCOPED_TRACE(answer == 0 ? "finish" : "change back");
+        const QStringList paths = {m_b1, m_b2, m_b3};
+        {
+            std::vector<KVJournalEntry> plan;
+            for (const QString &path : paths) {
+                KVJournalEntry entry;
+                entry.identity = *KVPhotoWriter::identityOf(path);
+                entry.seconds = 90;
+                plan.push_back(entry);
+            }
+            QString error;
+            std::unique_ptr<KVRunJournal> journal =
+                KVRunJournal::create(KVRunKind::Sync, plan, {}, &error);
+            ASSERT_TRUE(journal) << qPrintable(error);
+            // The first photo changed; the crash came before the others.
+            KVPhotoWriter writer;
+            writer.shiftDates(plan[0].identity, 90,
+                              [&](const QString &oldText, const QString &newText) {
+                                  return journal->willChange(0, oldText, newText);
+                              });
+        }
+        KVHeadlessUserInterface ui;
+        ui.queueAlertAnswer(answer);
+        KVAppDelegate restarted(&ui);
+        restarted.awakeFromNib();
+        restarted.applicationDidFinishLaunching(QStringLiteral(KALVORA_BUNDLE_DIR));
+        ASSERT_EQ(ui.alerts().size(), 1);
+        EXPECT_EQ(ui.alerts()[0].buttons, QStringList({"Finish", "Change Back"}));
+        EXPECT_TRUE(ui.isLocked());
+        ASSERT_TRUE(KVTest::waitFor([&] { return !ui.isLocked(); }, std::chrono::seconds(60)));
+        EXPECT_EQ(datesOfB(), answer == 0 ? shiftedB : originalB);
+        EXPECT_TRUE(KVRunRecord::interrupted().empty());
+        // Put back for the next round.
+        for (int i = 0; i < paths.size(); ++i)
+            ASSERT_TRUE(
+                KVTest::writeExif(paths[i], {{"Exif.Photo.DateTimeOriginal", originalB[i]}}));
+    }
 }

@@ -3,6 +3,7 @@
 
 #include "KVAppDelegateFixture.h"
 
+#include "KVFakeTool.h"
 #include "KVPhotoWriter.h"
 #include "KVTestSupport.h"
 #include "KVURLExtensions.h"
@@ -75,10 +76,15 @@ TEST_F(KVAppDelegateVolumeTest,
     EXPECT_FALSE(m_delegate->syncQueue().isSynchronizationInProcess());
 }
 
-TEST_F(KVAppDelegateVolumeTest, ThirtyMebibytesFreePassAndAnythingLessFails) {
+// Room for one private copy of the largest photo per worker, plus 32 MiB: one page less and
+// the run does not start, and the alert names the folder.
+TEST_F(KVAppDelegateVolumeTest, RoomForACopyPerWorkerPassesAndAnythingLessFails) {
     const QString volume = mountTmpfs("small", "40m");
     const QStringList b = addCameraB(volume, 2);
-    // tmpfs counts in pages, so "less" is one page less here.
+    const qint64 largest = std::max(QFileInfo(b[0]).size(), QFileInfo(b[1]).size());
+    const int workers = std::min(KVBaseOperationQueue::activeProcessorCount(), 2);
+    // tmpfs counts in pages.
+    const qint64 needed = (workers * largest + (32 << 20) + 4095) / 4096 * 4096;
     auto fillTo = [&](qint64 free) {
         QFile filler(volume + "/filler");
         ASSERT_TRUE(filler.open(QIODevice::ReadWrite) && filler.resize(0));
@@ -87,13 +93,15 @@ TEST_F(KVAppDelegateVolumeTest, ThirtyMebibytesFreePassAndAnythingLessFails) {
         ASSERT_EQ(KVVolumes::freeSize(volume).value_or(0), free);
     };
 
-    fillTo((30 << 20) - 4096);
+    fillTo(needed - 4096);
     m_delegate->synchronizeTimeOrCancel();
     ASSERT_EQ(m_ui.alerts().size(), 1);
     EXPECT_EQ(m_ui.alerts()[0].title, "Not enough disk space to sync photos");
+    EXPECT_TRUE(m_ui.alerts()[0].text.contains(volume)) << qPrintable(m_ui.alerts()[0].text);
     EXPECT_FALSE(m_delegate->syncQueue().isSynchronizationInProcess());
+    EXPECT_FALSE(m_ui.isLocked());
 
-    fillTo(30 << 20);
+    fillTo(needed);
     m_delegate->synchronizeTimeOrCancel();
     EXPECT_TRUE(m_delegate->syncQueue().isSynchronizationInProcess());
     ASSERT_TRUE(waitForRunToEnd());
@@ -110,8 +118,9 @@ protected:
         m_store = mountTmpfs("store", "64m");
         m_disk = mountTmpfs("disk", {}, m_store);
         m_b = addCameraB(m_disk, 6);
-        m_gate = m_root.filePath("gate");
-        KVSetToolPath(gatedTool(m_gate).toUtf8().constData());
+        // The first photo goes through; the tool holds every later one until told.
+        m_tool = std::make_unique<KVTest::FakeTool>(m_root.filePath("tool"), 1);
+        KVSetToolPath(m_tool->path());
         // Every process hears of every unmount; only those of this test's disk are answered.
         m_ui.setAlertHandler([this](const KVHeadlessUserInterface::Alert &alert) {
             return alert.text.contains(m_disk) ? m_onOurDisk(alert)
@@ -120,20 +129,24 @@ protected:
     }
 
     void TearDown() override {
-        QFile::remove(m_gate); // never leave a failed test's run held
+        if (m_tool)
+            m_tool->openGate(); // never leave a failed test's run held
         KVAppDelegateVolumeTest::TearDown();
     }
 
     void startAndUnplug() {
-        // Closed from the start: once the second photo's tool waits, the run cannot end first.
-        ASSERT_TRUE(QFile(m_gate).open(QIODevice::WriteOnly));
+        // Closed from the start: once a later photo's tool waits, the run cannot end first.
+        m_tool->closeGate();
         m_delegate->synchronizeTimeOrCancel();
-        ASSERT_TRUE(KVTest::waitFor([&] { return QFile::exists(m_gate + ".waiting"); }));
+        ASSERT_TRUE(KVTest::waitFor([&] {
+            return m_tool->isHolding() && m_delegate->syncQueue().processedImagesCount() >= 1;
+        }));
         ASSERT_TRUE(run("umount", {"-l", m_disk}));
     }
 
     std::function<int(const KVHeadlessUserInterface::Alert &)> m_onOurDisk;
-    QString m_store, m_disk, m_gate;
+    std::unique_ptr<KVTest::FakeTool> m_tool;
+    QString m_store, m_disk;
     QStringList m_b;
 };
 
@@ -147,7 +160,7 @@ TEST_F(KVAppDelegateUnmountTest, TryAgainWaitsForTheDiskAndTheRunFinishesFromIts
             return 0; // not back yet: asked again
         }
         EXPECT_TRUE(run("mount", {"--bind", m_store, m_disk}));
-        QFile::remove(m_gate); // lets the held photos go on
+        m_tool->openGate(); // lets the held photos go on
         return 0;
     };
     startAndUnplug();
@@ -164,12 +177,13 @@ TEST_F(KVAppDelegateUnmountTest, TryAgainWaitsForTheDiskAndTheRunFinishesFromIts
     ASSERT_TRUE(KVTest::waitFor([&] { return m_delegate->undoManager().canUndo(); }));
 }
 
-TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegistersNoUndo) {
+// The disk stays away and the run is abandoned: what moved and what did not is reported as it
+// is on the disk, each photo whole, never half or twice.
+TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunAndReportsWhichPhotosMovedAndWhichDidNot) {
     int alerts = 0;
-    // The disk stays away: the photos not yet done are skipped, the done ones stay changed.
     m_onOurDisk = [&](const KVHeadlessUserInterface::Alert &) {
         ++alerts;
-        QFile::remove(m_gate);
+        m_tool->openGate();
         return 1;
     };
     startAndUnplug();
@@ -179,17 +193,28 @@ TEST_F(KVAppDelegateUnmountTest, CancelAbandonsTheRunKeepsWhatChangedAndRegister
         std::chrono::seconds(60)));
     m_delegate->waitForDiskRecovery();
     EXPECT_EQ(alerts, 1);
-    EXPECT_FALSE(m_delegate->undoManager().canUndo());
-    ASSERT_TRUE(KVTest::waitFor([&] { return m_delegate->numberOfCamerasInBrowser() == 1; }));
-    int changed = 0;
+    const std::optional<KVSyncController::Outcome> outcome =
+        m_delegate->syncController().lastOutcome();
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome->end, KVRunRecord::End::Abandoned);
+    QStringList moved, notMoved;
+    for (const KVPhotoChangeResult &result : outcome->changed)
+        moved << result.change.identity.path;
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_ui.fileReports().isEmpty(); }));
+    const KVHeadlessUserInterface::FileReport report = m_ui.fileReports().last();
+    EXPECT_EQ(report.type, KVUserInterface::NotChangedFiles);
+    for (const QVariantMap &record : report.records) {
+        notMoved << record.value("path").toString();
+        EXPECT_FALSE(record.value("error").toString().isEmpty());
+    }
+    EXPECT_GE(moved.size(), 1);
+    EXPECT_EQ(moved.size() + notMoved.size(), m_b.size());
     for (int i = 0; i < m_b.size(); ++i) {
         const QString now = dateOnDisk(m_store + "/" + QFileInfo(m_b[i]).fileName());
-        EXPECT_TRUE(now == bDate(i) || now == bDate(i, 90)) << i; // never half or twice
-        changed += now != bDate(i);
+        EXPECT_TRUE(now == bDate(i) || now == bDate(i, 90)) << i;
+        EXPECT_EQ(now == bDate(i, 90), moved.contains(m_b[i])) << i;
+        EXPECT_EQ(now == bDate(i), notMoved.contains(m_b[i])) << i;
     }
-    // The first photo, and the one held at the gate: its write holds the folder open, so it
-    // finishes on the store even though the disk's path has gone.
-    EXPECT_EQ(changed, 2);
 }
 
 TEST_F(KVAppDelegateFixture, SevenTrashedFilesGiveOneAlertWithFourAnEllipsisAndTheLast) {

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include <QApplication>
+#include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +12,9 @@
 
 int main(int argc, char **argv) {
     QStandardPaths::setTestModeEnabled(true);
+    // The journals of the runs stay with this test process.
+    const QTemporaryDir state;
+    qputenv("XDG_STATE_HOME", QFile::encodeName(state.path()));
     // Real input needs a real window system: clicks go through the X server's window, keys
     // through an active window. CTest runs this under Xvfb.
     if (qEnvironmentVariableIsEmpty("DISPLAY")) {

@@ -3,7 +3,15 @@
 
 #include "KVTestExif.h"
 
+#include "KVTestSupport.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+
 #include <exiv2/exiv2.hpp>
+
+#include <stdexcept>
 
 namespace KVTest {
 
@@ -39,6 +47,58 @@ QString readExif(const QString &path, const QString &key) {
     } catch (const std::exception &) {
         return {};
     }
+}
+
+namespace {
+const QString dateFormat = QStringLiteral("yyyy:MM:dd HH:mm:ss");
+const QStringList dateKeys = {QStringLiteral("Exif.Photo.DateTimeOriginal"),
+                              QStringLiteral("Exif.Photo.DateTimeDigitized"),
+                              QStringLiteral("Exif.Image.DateTime")};
+} // namespace
+
+QStringList makeDatedPhotos(const QString &folder, int count, const QString &sample) {
+    QDir().mkpath(folder);
+    QStringList paths;
+    for (int i = 0; i < count; ++i) {
+        const QString path = folder + QStringLiteral("/p%1.jpg").arg(i, 2, 10, QLatin1Char('0'));
+        QFile::remove(path);
+        if (!QFile::copy(samplePath(sample), path))
+            throw std::runtime_error("could not copy " + sample.toStdString());
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        QMap<QString, QString> tags;
+        for (const QString &key : dateKeys)
+            tags.insert(key,
+                        QDateTime(QDate(2024, 6, 1), QTime(12, i % 60, 0)).toString(dateFormat));
+        if (!writeExif(path, tags))
+            throw std::runtime_error("could not date " + path.toStdString());
+        paths << path;
+    }
+    return paths;
+}
+
+QMap<QString, QStringList> dateTags(const QStringList &paths) {
+    QMap<QString, QStringList> result;
+    for (const QString &path : paths) {
+        QStringList tags;
+        for (const QString &key : dateKeys)
+            tags << readExif(path, key);
+        result.insert(path, tags);
+    }
+    return result;
+}
+
+QMap<QString, QStringList> shiftedDateTags(QMap<QString, QStringList> dates, qint64 seconds,
+                                           const QStringList &only) {
+    for (auto it = dates.begin(); it != dates.end(); ++it) {
+        if (!only.isEmpty() && !only.contains(it.key()))
+            continue;
+        for (QString &date : it.value()) {
+            QDateTime wallClock = QDateTime::fromString(date, dateFormat);
+            wallClock.setTimeSpec(Qt::UTC);
+            date = wallClock.addSecs(seconds).toString(dateFormat);
+        }
+    }
+    return dates;
 }
 
 } // namespace KVTest

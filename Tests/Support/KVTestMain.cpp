@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 
 #ifdef KALVORA_WIDGET_TESTS
 #include <QApplication>
@@ -34,8 +36,11 @@ void enterPrivateMountNamespace() {
 
 int main(int argc, char **argv) {
     enterPrivateMountNamespace();
-    // Tests never touch a real user's settings.
+    // Tests never touch a real user's settings, nor the journals of their runs; the programs
+    // they start inherit the folder.
     QStandardPaths::setTestModeEnabled(true);
+    const QTemporaryDir state;
+    qputenv("XDG_STATE_HOME", QFile::encodeName(state.path()));
     // Widgets are drawn without a screen unless a test run asks for one.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -1,357 +1,456 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include "KVFakeTool.h"
 #include "KVPhotoWriter.h"
-#include "KVOperationQueue.h"
+#include "KVRunRecovery.h"
+#include "KVSyncController.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QSet>
 #include <QTemporaryDir>
-#include <QtNumeric>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <csignal>
 #include <mutex>
-#include <stdexcept>
-#include <thread>
-#include <tuple>
 
 namespace {
 
 using namespace std::chrono_literals;
-using Operations = std::vector<KVSynchronizationOperationRef>;
-using Photos = std::vector<KVImageFileRef>;
+using Results = std::vector<KVPhotoChangeResult>;
+using State = KVSyncController::State;
 
-// The writer's temporary copies (kept after a failed run) stay in a folder of the program's own.
-const QTemporaryDir runtimeFolder;
-[[maybe_unused]] const bool runtimeSet =
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeFolder.path()));
+const QString originalKey = QStringLiteral("Exif.Photo.DateTimeOriginal");
 
-const QString countKey = QStringLiteral("processedImagesCount");
-const QString inProcessKey = QStringLiteral("isSynchronizationInProcess");
-const QString format = QStringLiteral("yyyy:MM:dd HH:mm:ss");
-
-// Every notice with the count (for the in-process flag, the flag) and whether the queue was in
-// process, sampled under the lock so that the events keep the order of the samples.
-struct KVKeyRecorder : KVObserver {
-    void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override {
-        const auto *queue = dynamic_cast<KVOperationQueue *>(object);
+// Every count the queue announced, in order.
+struct KVCountRecorder : KVObserver {
+    void observeValueForKeyPath(const QString &, KVObservable *object) override {
         std::lock_guard lock(mutex);
-        // The flag first: once it is false, the count must be final.
-        const bool running = queue && queue->isSynchronizationInProcess();
-        const qint64 count =
-            queue ? queue->processedImagesCount()
-                  : static_cast<KVSynchronizationOperation *>(object)->processedImagesCount();
-        events.emplace_back(keyPath, keyPath == inProcessKey ? running : count, running);
+        counts.push_back(static_cast<KVOperationQueue *>(object)->processedImagesCount());
     }
-    // The values of keyPath in the order sampled; with `after`, only those after its first notice.
-    std::vector<qint64> values(const QString &keyPath, const QString &after = {}) {
+    std::vector<qint64> values() {
         std::lock_guard lock(mutex);
-        std::vector<qint64> values;
-        bool started = after.isEmpty();
-        for (const auto &[key, value, running] : events) {
-            if (started && key == keyPath)
-                values.push_back(value);
-            started = started || key == after;
-        }
-        return values;
+        return counts;
     }
-
+    void clear() {
+        std::lock_guard lock(mutex);
+        counts.clear();
+    }
     std::mutex mutex;
-    std::vector<std::tuple<QString, qint64, bool>> events;
+    std::vector<qint64> counts;
 };
 
-template <typename Files> QSet<QString> pathsOf(const Files &files) {
+QSet<QString> pathsOf(const Results &results) {
     QSet<QString> paths;
-    for (const KVImageFileRef &file : files)
-        paths.insert(file->path());
+    for (const KVPhotoChangeResult &result : results)
+        paths.insert(result.change.identity.path);
     return paths;
 }
 
-// The photos the operations changed, or those they listed as not changed.
-QSet<QString> donePaths(const Operations &operations, bool notChanged = false) {
-    QSet<QString> paths;
-    for (const KVSynchronizationOperationRef &operation : operations) {
-        paths += notChanged ? QSet<QString>() : pathsOf(operation->doneImageFiles());
-        for (const QUrl &url : notChanged ? operation->notChangedFiles() : QList<QUrl>())
-            paths.insert(url.toLocalFile());
-    }
-    return paths;
-}
-
-// The first %3 photos go through to the real tool; later ones wait for the gate (%1), then are
-// refused untouched; once it is open, photos go straight through. mkdir draws each photo's ticket
-// atomically.
-const char gatedSnippet[] = R"(if [ ! -e '%1' ]; then
-    i=0; while ! mkdir '%2'/$i 2>/dev/null; do i=$((i+1)); done
-    if [ $i -ge %3 ]; then
-        m=0; while [ ! -e '%1' ] && [ $m -lt 6000 ]; do sleep 0.01; m=$((m+1)); done
-        refuse='refused by the test'
-    fi
-fi)";
-
-// The queue is destroyed after TearDown has opened the gate.
 class KVSynchronizationTest : public ::testing::Test {
 protected:
-    void SetUp() override { useTool(KALVORA_EXIFTOOL); }
+    void SetUp() override {
+        KVSetToolPath(QStringLiteral(KALVORA_EXIFTOOL));
+        m_controller.queue().addObserver(&m_counts, "processedImagesCount");
+        m_controller.setEndHandler([this](const KVSyncController::Outcome &) { ++m_ends; });
+    }
     void TearDown() override {
-        openGate();
-        if (m_gateOpener.joinable())
-            m_gateOpener.join();
+        if (m_tool)
+            m_tool->openGate();
+        waitForEnd();
+        m_controller.queue().removeObserver(&m_counts);
     }
 
-    Photos makePhotos(int count) {
-        const char *dated[] = {"Canon_40D",          "Olympus_C8080WZ",
-                               "Sony_HDR-HC3",       "Fujifilm_FinePix6900ZOOM",
-                               "Ricoh_Caplio_RR330", "Nikon_D70"};
-        Photos photos;
-        for (int i = 0; i < count; ++i)
-            for (const QString &copy :
-                 KVTest::copySamples({QString("cameras/%1.jpg").arg(dated[i % 6])},
-                                     m_folder.filePath(QString::number(i))))
-                photos.push_back(KVImageFile::initWithURL(QUrl::fromLocalFile(copy)));
-        if (photos.size() != size_t(count) || std::count(photos.begin(), photos.end(), nullptr))
-            throw std::runtime_error("the sample photos could not be copied"); // fails the test
-        return photos;
+    QStringList makePhotos(int count) {
+        return KVTest::makeDatedPhotos(m_folder.filePath("event"), count);
     }
-    static void useTool(const QString &path) { KVSetToolPath(QFile::encodeName(path).constData()); }
-    void useGatedTool(int passing) {
-        QDir().mkpath(m_folder.filePath("tickets"));
-        useTool(
-            KVTest::writeFakeTool(m_folder.filePath("gated-tool"),
-                                  QString(gatedSnippet)
-                                      .arg(m_folder.filePath("gate"), m_folder.filePath("tickets"))
-                                      .arg(passing)));
-    }
-    void openGate() { QFile(m_folder.filePath("gate")).open(QIODevice::Append); }
-    // Opens the gate from another thread once every operation is cancelled.
-    void openGateWhenCancelled(const Operations &operations) {
-        m_gateOpener = std::thread([this, operations] {
-            const auto deadline = std::chrono::steady_clock::now() + 60s;
-            while (std::chrono::steady_clock::now() < deadline &&
-                   !std::all_of(operations.begin(), operations.end(),
-                                [](const auto &operation) { return operation->isCancelled(); }))
-                std::this_thread::sleep_for(1ms);
-            openGate();
-        });
-    }
-
-    // DateTimeOriginal as stored (read by another library than the writer's) or as recorded.
-    static QMap<QString, QString> diskDates(const Photos &photos, bool records = false) {
-        QMap<QString, QString> dates;
-        for (const KVImageFileRef &photo : photos) {
-            const QString date =
-                records ? photo->creationDate().toString(format)
-                        : KVTest::readExif(photo->path(), "Exif.Photo.DateTimeOriginal");
-            EXPECT_FALSE(date.isEmpty()) << qPrintable(photo->path());
-            dates.insert(photo->path(), date);
+    static std::vector<KVPhotoChange> changes(const QStringList &paths, qint64 seconds) {
+        std::vector<KVPhotoChange> changes;
+        for (const QString &path : paths) {
+            KVImageFileRef file = KVImageFile::initWithURL(QUrl::fromLocalFile(path));
+            EXPECT_TRUE(file) << qPrintable(path);
+            if (file)
+                changes.push_back(KVSyncController::changeFor(file, seconds));
         }
-        return dates;
+        return changes;
     }
-    static QMap<QString, QString> shiftedDates(QMap<QString, QString> dates, double seconds) {
-        for (QString &date : dates)
-            date = QDateTime::fromString(date, format).addSecs(qint64(seconds)).toString(format);
-        return dates;
+    static QMap<QString, QStringList> dates(const QStringList &paths) {
+        return KVTest::dateTags(paths);
     }
-    static QMap<QString, QByteArray> contents(const Photos &photos) {
+    static QMap<QString, QStringList> shifted(const QMap<QString, QStringList> &dates,
+                                              qint64 seconds, const QStringList &only = {}) {
+        return KVTest::shiftedDateTags(dates, seconds, only);
+    }
+    static QMap<QString, QByteArray> contents(const QStringList &paths) {
         QMap<QString, QByteArray> result;
-        for (const KVImageFileRef &photo : photos)
-            result.insert(photo->path(), KVTest::readFile(photo->path()));
+        for (const QString &path : paths)
+            result.insert(path, KVTest::readFile(path));
         return result;
     }
-
-    // A run as the window starts it, one operation per camera, observed from after the reset.
-    Operations startRun(double interval, const Photos &photos, std::vector<int> sizes) {
-        queue.setMaxConcurrentOperationCount(2);
-        queue.reset();
-        queue.setOperationType(KVOperationTypeSync);
-        for (const char *key : {"processedImagesCount", "isSynchronizationInProcess",
-                                "allImagesCountOnStartOfCancel"})
-            queue.addObserver(&recorder, key);
-        Operations operations;
-        for (auto from = photos.begin(); int size : sizes) {
-            operations.push_back(std::make_shared<KVSynchronizationOperation>(
-                interval, std::vector(from, from + size)));
-            queue.addSynchronizationOperation(operations.back());
-            from += size;
-        }
-        queue.startSynchronization();
-        return operations;
+    // Anything but the photos in their folder: a hidden file left by a write, for one.
+    QStringList strays(const QStringList &photos) const {
+        QStringList found;
+        const QDir event(m_folder.filePath("event"));
+        for (const QString &name :
+             event.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot))
+            if (!photos.contains(event.filePath(name)))
+                found << name;
+        return found;
+    }
+    KVTest::FakeTool &useFakeTool(int passing = INT_MAX) {
+        m_tool = std::make_unique<KVTest::FakeTool>(m_folder.filePath("tool"), passing);
+        KVSetToolPath(m_tool->path());
+        return *m_tool;
+    }
+    void start(KVRunKind kind, std::vector<KVPhotoChange> changes, const QString &of = {}) {
+        const std::optional<KVSyncController::Refusal> refusal =
+            m_controller.start(kind, std::move(changes), of);
+        ASSERT_FALSE(refusal) << qPrintable(refusal->text);
     }
     bool waitForEnd() {
-        return KVTest::waitFor(
-            [&] { return !queue.isSynchronizationInProcess() && queue.operationCount() == 0; },
-            120s);
+        return KVTest::waitFor([&] { return !m_controller.isBusy(); }, 120s);
     }
-    // Until `processed` photos are done and `runs` runs of the gated tool have begun.
-    bool waitForRuns(qint64 processed, int runs) {
-        return KVTest::waitFor(
-            [&] {
-                return queue.processedImagesCount() == processed &&
-                       QDir(m_folder.filePath("tickets"))
-                               .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-                               .size() == runs;
-            },
-            120s);
+    KVSyncController::Outcome outcome() const {
+        return m_controller.lastOutcome().value_or(KVSyncController::Outcome());
+    }
+    static KVRunRecord journalOf(const QString &runId) {
+        return KVRunRecord::read(KVRunJournal::folder() + "/" + runId + ".jsonl")
+            .value_or(KVRunRecord());
     }
 
     QTemporaryDir m_folder;
-    std::thread m_gateOpener;
-    KVKeyRecorder recorder;
-    KVOperationQueue queue;
+    std::unique_ptr<KVTest::FakeTool> m_tool;
+    KVCountRecorder m_counts;
+    int m_ends = 0;
+    KVSyncController m_controller;
 };
 
-TEST_F(KVSynchronizationTest, OperationShiftsEveryPhotoOnDiskAndInTheRecordByTheInterval) {
-    // Forward, backward, across a day and across the Berlin spring DST change in local time.
-    for (double interval : {3600.0, -3600.0, 86400.0 * 400 + 59, -59.0}) {
-        SCOPED_TRACE(interval);
-        const Photos photos = makePhotos(3);
-        const QMap<QString, QString> before = diskDates(photos);
-        recorder.events.clear();
-        KVSynchronizationOperation operation(interval, photos);
-        operation.addObserver(&recorder, countKey);
-        operation.start();
-        operation.removeObserver(&recorder);
-        EXPECT_EQ(diskDates(photos), shiftedDates(before, interval));
-        EXPECT_EQ(diskDates(photos, true), shiftedDates(before, interval));
-        // The start announces what was done before (nothing), then one step per photo.
-        EXPECT_EQ(recorder.values(countKey), (std::vector<qint64>{0, 1, 2, 3}));
-    }
-}
-
-// A failing tool or an interval that gives no date leaves the files alone and lists them, once.
-TEST_F(KVSynchronizationTest, OperationListsPhotosNotChangedOnceAndLeavesThemAlone) {
-    const Photos photos = makePhotos(2);
-    const QMap<QString, QByteArray> before = contents(photos);
-    KVSynchronizationOperationRef failed;
-    for (double interval : {qQNaN(), qInf(), 1e300, 3600.0}) {
-        SCOPED_TRACE(interval);
-        if (interval == 3600) // the last one meets a failing tool
-            useTool("/bin/false");
-        failed = std::make_shared<KVSynchronizationOperation>(interval, photos);
-        failed->start();
-        EXPECT_EQ(failed->processedImagesCount(), 2);
-        EXPECT_TRUE(failed->doneImageFiles().empty());
-        EXPECT_EQ(donePaths({failed}, true), pathsOf(photos));
-        EXPECT_EQ(failed->revertedOperation(), nullptr);
-    }
-    const KVSynchronizationOperationRef failedAgain = failed->copy();
-    failedAgain->start();
-    EXPECT_EQ(donePaths({failedAgain}, true), pathsOf(photos));
-    EXPECT_EQ(failedAgain->notChangedFiles().size(), 2); // each listed once
-    EXPECT_EQ(contents(photos), before);
-}
-
-// A second record of a file is the same photo; a removed one is counted, not changed nor reverted.
-TEST_F(KVSynchronizationTest, OperationRepeatedNullAndRemovedRecordsAreShiftedOnceOrNotAtAll) {
-    const Photos photos = makePhotos(3);
-    const QMap<QString, QString> before = diskDates(photos);
-    photos[2]->setImageState(KVImageStateRemoved);
-    const KVImageFileRef twin = KVImageFile::initWithURL(photos[0]->url());
-    KVSynchronizationOperation operation(
-        600, {photos[0], nullptr, photos[1], twin, photos[1], photos[2]});
-    EXPECT_EQ(operation.imageFilesCount(), 3);
-    operation.start();
-    EXPECT_EQ(operation.processedImagesCount(), 3);
-    EXPECT_TRUE(operation.notChangedFiles().isEmpty());
-    QMap<QString, QString> expected = shiftedDates(before, 600);
-    expected[photos[2]->path()] = before.value(photos[2]->path());
-    EXPECT_EQ(diskDates(photos), expected);
-
-    const KVSynchronizationOperationRef reverted = operation.revertedOperation();
-    ASSERT_NE(reverted, nullptr);
-    EXPECT_EQ(pathsOf(reverted->imageFiles()), pathsOf(Photos{photos[0], photos[1]}));
-    photos[2]->setImageState(KVImageStateNormal);
-    reverted->start();
-    EXPECT_EQ(diskDates(photos), before);
-}
-
-TEST_F(KVSynchronizationTest, QueueRunEndsExactlyWhenTheSummedCountReachesAllPhotos) {
-    const Photos photos = makePhotos(15);
-    const QMap<QString, QString> before = diskDates(photos);
-    // The empty operation's 0 must not end the run.
-    const Operations operations = startRun(3600, photos, {10, 5, 0});
+TEST_F(KVSynchronizationTest,
+       OneCameraIsSpreadOverEveryWorkerAndEachPhotoIsShiftedOnceAndJournalled) {
+    const QStringList photos = makePhotos(12);
+    const QMap<QString, QStringList> before = dates(photos);
+    const KVTest::FakeTool &tool = useFakeTool();
+    m_controller.setWorkerCount(3);
+    start(KVRunKind::Shift, changes(photos, 3600));
     ASSERT_TRUE(waitForEnd());
 
-    EXPECT_EQ(queue.processedImagesCount(), 15);
-    EXPECT_EQ(recorder.values(inProcessKey), (std::vector<qint64>{1, 0})); // ended once
-    const std::vector<qint64> counts = recorder.values(countKey);
+    EXPECT_EQ(dates(photos), shifted(before, 3600));
+    const std::vector<KVSynchronizationOperationRef> workers =
+        m_controller.queue().allSyncOperations();
+    ASSERT_EQ(workers.size(), 3u);
+    for (const KVSynchronizationOperationRef &worker : workers)
+        EXPECT_EQ(worker->changed().size(), 4u);
+    const KVSyncController::Outcome done = outcome();
+    EXPECT_TRUE(done.isComplete());
+    EXPECT_EQ(done.changed.size(), 12u);
+    EXPECT_EQ(m_ends, 1);
+    // The summed count only rises, to every photo.
+    const std::vector<qint64> counts = m_counts.values();
+    ASSERT_FALSE(counts.empty());
     EXPECT_TRUE(std::is_sorted(counts.begin(), counts.end()));
-    std::lock_guard lock(recorder.mutex);
-    for (const auto &[key, count, running] : recorder.events)
-        EXPECT_TRUE(key != countKey || running || count == 15) << "ended at " << count;
-    EXPECT_EQ(diskDates(photos), shiftedDates(before, 3600));
-    EXPECT_EQ(donePaths(operations), pathsOf(photos));
+    EXPECT_EQ(counts.back(), 12);
+
+    const KVRunRecord journal = journalOf(done.runId);
+    EXPECT_EQ(journal.end, KVRunRecord::End::Finished);
+    ASSERT_EQ(journal.entries.size(), 12u);
+    for (const KVJournalEntry &entry : journal.entries) {
+        SCOPED_TRACE(entry.identity.path.toStdString());
+        EXPECT_EQ(entry.state, KVJournalEntry::State::Changed);
+        EXPECT_EQ(entry.seconds, 3600);
+        EXPECT_EQ(entry.oldDateText, before.value(entry.identity.path).first());
+        EXPECT_EQ(KVTest::readExif(entry.identity.path, originalKey), entry.newDateText);
+        // The replaced photo is a new file: the journal knows it by its new inode.
+        EXPECT_EQ(entry.identityAfter().inode,
+                  KVPhotoWriter::identityOf(entry.identity.path)->inode);
+    }
+    EXPECT_TRUE(strays(photos).isEmpty()) << qPrintable(strays(photos).join(' '));
+    // The tools stay for the whole run and go with its end.
+    EXPECT_EQ(tool.processes().size(), 6u);
+    EXPECT_TRUE(KVTest::waitFor([&] { return tool.aliveCount() == 0; }, 10s));
 }
 
-TEST_F(KVSynchronizationTest, QueueCancelMidRunWaitsThenChangesBackExactlyTheChangedPhotos) {
-    useGatedTool(4);
-    const Photos photos = makePhotos(15);
-    const QMap<QString, QString> datesBefore = diskDates(photos);
-    const Operations forward = startRun(3600, photos, {5, 5, 5});
-    // Four photos written, and both workers held at the gate in the middle of a photo.
-    ASSERT_TRUE(waitForRuns(4, 6));
-    openGateWhenCancelled(forward);
-    queue.cancelAllOperations();
+TEST_F(KVSynchronizationTest,
+       CancelReturnsAtOnceKillsTheHungToolsAndChangesBackExactlyTheChangedPhotos) {
+    const QStringList photos = makePhotos(10);
+    const QMap<QString, QStringList> before = dates(photos);
+    const QMap<QString, QByteArray> bytes = contents(photos);
+    const KVTest::FakeTool &tool = useFakeTool(4);
+    tool.closeGate();
+    m_controller.setWorkerCount(2);
+    start(KVRunKind::Sync, changes(photos, 3600));
+    // Four photos written, each worker's tool hung on the next one.
+    KVOperationQueue &queue = m_controller.queue();
+    ASSERT_TRUE(KVTest::waitFor(
+        [&] { return queue.processedImagesCount() == 4 && tool.ticketsDrawn() == 6; }, 60s));
 
-    EXPECT_EQ(queue.allImagesCountOnStartOfCancel(), 15);
+    m_controller.cancel();
+    // Back before the tools, deaf to SIGTERM, could have ended: nothing waited for them.
+    EXPECT_EQ(m_controller.state(), State::Cancelling);
+    EXPECT_TRUE(tool.isHolding());
     EXPECT_TRUE(queue.isOperationsCancelled());
     EXPECT_EQ(queue.operationType(), KVOperationTypeCancel);
-    const QSet<QString> changed = donePaths(forward);
-    EXPECT_EQ(changed.size(), 4);
-    EXPECT_EQ(queue.cancelledImagesCount(), 4);
-    const Operations reverting = queue.allSyncOperations();
-    // A second cancel while changing back must not cancel the revert.
-    queue.cancelAllOperations();
-    EXPECT_EQ(queue.allSyncOperations(), reverting);
+    EXPECT_EQ(queue.allImagesCount(), 10);
+    EXPECT_EQ(queue.cancelledImagesCount(), 0);
+    // A second Cancel while cancelling changes nothing.
+    m_controller.cancel();
 
+    // The hung tools are killed; changing back then draws tickets past the gate, so it opens.
+    ASSERT_TRUE(KVTest::waitFor([&] { return m_controller.state() != State::Cancelling; }, 30s));
+    EXPECT_EQ(m_controller.state(), State::ChangingBack);
+    EXPECT_EQ(queue.cancelledImagesCount(), 4);
+    m_counts.clear();
+    tool.openGate();
     ASSERT_TRUE(waitForEnd());
-    const std::vector<qint64> countdown =
-        recorder.values(countKey, "allImagesCountOnStartOfCancel");
+
+    const KVSyncController::Outcome cancelled = outcome();
+    EXPECT_EQ(cancelled.end, KVRunRecord::End::Cancelled);
+    EXPECT_EQ(cancelled.changed.size(), 4u);
+    EXPECT_EQ(pathsOf(cancelled.changedBack), pathsOf(cancelled.changed));
+    EXPECT_TRUE(cancelled.notChangedBack.empty());
+    // The photos the hung tools held were never touched.
+    EXPECT_EQ(dates(photos), before);
+    for (const QString &photo : photos) {
+        if (!pathsOf(cancelled.changed).contains(photo)) {
+            EXPECT_EQ(KVTest::readFile(photo), bytes.value(photo)) << qPrintable(photo);
+        }
+    }
+    // Counting down from the photos to change back.
+    const std::vector<qint64> countdown = m_counts.values();
     ASSERT_FALSE(countdown.empty());
-    EXPECT_EQ(countdown.front(), 4);
-    EXPECT_EQ(countdown.back(), 0);
     EXPECT_TRUE(std::is_sorted(countdown.rbegin(), countdown.rend()));
-    EXPECT_EQ(diskDates(photos), datesBefore);
-    // The two photos held at the gate failed and are listed, apart from those changed back.
-    const QSet<QString> reported = donePaths(forward, true);
-    EXPECT_EQ(reported.size(), 2);
-    EXPECT_TRUE((reported & changed).isEmpty());
+    EXPECT_EQ(countdown.back(), 0);
+
+    const KVRunRecord forward = journalOf(cancelled.runId);
+    EXPECT_EQ(forward.end, KVRunRecord::End::Cancelled);
+    const std::vector<KVRunRecord> runs = KVRunRecord::all();
+    const auto changeBack = std::find_if(runs.begin(), runs.end(), [&](const KVRunRecord &run) {
+        return run.kind == KVRunKind::ChangeBack && run.of == cancelled.runId;
+    });
+    ASSERT_NE(changeBack, runs.end());
+    EXPECT_EQ(changeBack->end, KVRunRecord::End::Finished);
+    EXPECT_EQ(changeBack->countIn(KVJournalEntry::State::Changed), 4);
+    for (const KVJournalEntry &entry : changeBack->entries)
+        EXPECT_EQ(entry.seconds, -3600);
+    EXPECT_TRUE(strays(photos).isEmpty()) << qPrintable(strays(photos).join(' '));
+    EXPECT_TRUE(KVTest::waitFor([&] { return tool.aliveCount() == 0; }, 10s));
 }
 
-TEST_F(KVSynchronizationTest, QueueResumeContinuesTheCountAndChangesOnlyWhatIsLeft) {
-    useGatedTool(7);
-    const Photos photos = makePhotos(12);
-    const QMap<QString, QString> before = diskDates(photos);
-    const Operations interrupted = startRun(-5400, photos, {6, 6});
-    ASSERT_TRUE(waitForRuns(7, 9));
-    // The run breaks off: the two photos at the gate fail, the three after them are not reached.
-    for (const KVSynchronizationOperationRef &operation : interrupted)
-        operation->cancel();
-    openGate();
-    ASSERT_TRUE(KVTest::waitFor([&] { return queue.operationCount() == 0; }));
-    ASSERT_EQ(donePaths(interrupted).size(), 7);
+TEST_F(KVSynchronizationTest, CancelWithNothingChangedEndsWithoutWaitingForTheHungTool) {
+    const QStringList photos = makePhotos(3);
+    const QMap<QString, QByteArray> bytes = contents(photos);
+    const KVTest::FakeTool &tool = useFakeTool(0);
+    tool.closeGate();
+    start(KVRunKind::Shift, changes(photos, 60));
+    ASSERT_TRUE(KVTest::waitFor([&] { return tool.isHolding(); }, 60s));
+    m_controller.cancel();
+    // The gate stays closed: only the kill of the tools can end the run.
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_controller.isBusy(); }, 30s));
+    EXPECT_EQ(outcome().end, KVRunRecord::End::Cancelled);
+    EXPECT_TRUE(outcome().changed.empty());
+    EXPECT_FALSE(m_controller.queue().isSynchronizationInProcess());
+    EXPECT_EQ(contents(photos), bytes);
+    EXPECT_TRUE(KVTest::waitFor([&] { return tool.aliveCount() == 0; }, 10s));
+    EXPECT_TRUE(strays(photos).isEmpty()) << qPrintable(strays(photos).join(' '));
+}
 
-    recorder.events.clear();
-    queue.tryCompletePreviosSync();
+// The tool killed twice in the middle of a run of 20 photos: every photo ends changed and
+// journalled as changed, or untouched and reported with a reason, never anything between.
+TEST_F(KVSynchronizationTest,
+       AToolKilledMidRunLeavesEachPhotoChangedAndJournalledOrUntouchedAndReported) {
+    const QStringList photos = makePhotos(20);
+    const QMap<QString, QStringList> before = dates(photos);
+    const QMap<QString, QByteArray> bytes = contents(photos);
+    const KVTest::FakeTool &tool = useFakeTool();
+    m_controller.setWorkerCount(2);
+    start(KVRunKind::Shift, changes(photos, -90));
+    for (const int tickets : {5, 13}) {
+        ASSERT_TRUE(KVTest::waitFor([&] { return tool.ticketsDrawn() >= tickets; }, 60s));
+        for (const pid_t pid : tool.processes())
+            ::kill(pid, SIGKILL);
+    }
     ASSERT_TRUE(waitForEnd());
-    const std::vector<qint64> counts = recorder.values(countKey);
-    ASSERT_FALSE(counts.empty());
-    EXPECT_EQ(counts.front(), 7);
-    EXPECT_EQ(counts.back(), 12);
-    EXPECT_TRUE(std::is_sorted(counts.begin(), counts.end()));
-    // Every photo is shifted once: the seven done before are not shifted again.
-    EXPECT_EQ(diskDates(photos), shiftedDates(before, -5400));
-    const Operations copies = queue.allSyncOperations();
-    ASSERT_EQ(copies.size(), 2u);
-    EXPECT_EQ(donePaths(copies), pathsOf(photos));
-    EXPECT_TRUE(donePaths(copies, true).isEmpty());
+
+    const KVSyncController::Outcome done = outcome();
+    const QSet<QString> changed = pathsOf(done.changed);
+    const QSet<QString> notChanged = pathsOf(done.notChanged);
+    EXPECT_EQ(changed.size() + notChanged.size(), 20);
+    EXPECT_TRUE((changed & notChanged).isEmpty());
+    // Killed tools are started again: the run goes on after each kill.
+    EXPECT_GE(changed.size(), 10);
+    const KVRunRecord journal = journalOf(done.runId);
+    for (const KVJournalEntry &entry : journal.entries) {
+        const QString path = entry.identity.path;
+        SCOPED_TRACE(path.toStdString());
+        if (changed.contains(path)) {
+            EXPECT_EQ(entry.state, KVJournalEntry::State::Changed);
+            EXPECT_EQ(dates({path}).value(path), shifted(before, -90).value(path));
+        } else {
+            EXPECT_EQ(entry.state, KVJournalEntry::State::NotChanged);
+            EXPECT_FALSE(entry.reason.isEmpty());
+            EXPECT_EQ(KVTest::readFile(path), bytes.value(path));
+        }
+    }
+    for (const KVPhotoChangeResult &result : done.notChanged)
+        EXPECT_FALSE(result.outcome.reason.contains("-execute")) << "a command line as reason";
+    EXPECT_TRUE(strays(photos).isEmpty()) << qPrintable(strays(photos).join(' '));
+}
+
+// A disk unplugged midway: the run is held, its photos fail while the disk is away, and when
+// the disk is back it goes on from what it did, each photo shifted exactly once.
+TEST_F(KVSynchronizationTest, AHeldRunResumesFromItsChangedPhotosAndShiftsEachOnce) {
+    const QStringList photos = makePhotos(12);
+    const QMap<QString, QStringList> before = dates(photos);
+    const KVTest::FakeTool &tool = useFakeTool(5);
+    tool.closeGate();
+    m_controller.setWorkerCount(2);
+    start(KVRunKind::Sync, changes(photos, -5400));
+    KVOperationQueue &queue = m_controller.queue();
+    ASSERT_TRUE(KVTest::waitFor(
+        [&] { return queue.processedImagesCount() == 5 && tool.ticketsDrawn() == 7; }, 60s));
+
+    m_controller.hold();
+    queue.setSuspended(true);
+    const QString event = m_folder.filePath("event"), away = m_folder.filePath("away");
+    ASSERT_TRUE(QDir().rename(event, away));
+    tool.openGate();
+    // Every worker runs through its share, failing where the photos are gone; the run stays.
+    ASSERT_TRUE(KVTest::waitFor([&] { return queue.operationCount() == 0; }, 60s));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_controller.state(), State::Running);
+    EXPECT_EQ(m_ends, 0);
+
+    ASSERT_TRUE(QDir().rename(away, event));
+    queue.setSuspended(false);
+    m_controller.resumeAfterInterruption();
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(dates(photos), shifted(before, -5400));
+    EXPECT_TRUE(outcome().isComplete()) << outcome().notChanged.size() << " not changed";
+    EXPECT_EQ(outcome().changed.size(), 12u);
+    EXPECT_EQ(m_counts.values().back(), 12);
+    EXPECT_EQ(m_ends, 1);
+}
+
+// Undo reads the journal: only the photos the run changed, each by its own shift, and only
+// while a photo still has the date the run gave it. A raw file the tool refuses is never touched.
+TEST_F(KVSynchronizationTest, UndoFromTheJournalMovesBackOnlyWhatEachRunChangedByItsOwnShift) {
+    QStringList photos = makePhotos(3);
+    const QString raw = KVTest::copySamples({"raw/Nikon.nef"}, m_folder.filePath("event")).first();
+    photos << raw;
+    const QMap<QString, QStringList> before = dates(photos);
+    const QByteArray rawBytes = KVTest::readFile(raw);
+
+    start(KVRunKind::Shift, changes(photos, 600));
+    ASSERT_TRUE(waitForEnd());
+    const KVSyncController::Outcome first = outcome();
+    EXPECT_FALSE(first.isComplete());
+    ASSERT_EQ(pathsOf(first.notChanged), QSet<QString>{raw});
+    // The tool's own message, not a command line.
+    EXPECT_TRUE(first.notChanged[0].outcome.reason.contains("StripByteCounts"))
+        << qPrintable(first.notChanged[0].outcome.reason);
+    start(KVRunKind::Shift, changes(photos.mid(0, 2), 60));
+    ASSERT_TRUE(waitForEnd());
+    QMap<QString, QStringList> twoBefore;
+    for (const QString &photo : photos.mid(0, 2))
+        twoBefore.insert(photo, before.value(photo));
+    EXPECT_EQ(dates(photos.mid(0, 2)), shifted(twoBefore, 660));
+
+    // Each undo takes the newest run not yet undone.
+    for (const qint64 expected : {60, 600}) {
+        const std::optional<KVRunRecord> last = KVLastUndoableRun(KVRunRecord::all());
+        ASSERT_TRUE(last);
+        EXPECT_EQ(last->entries.front().seconds, expected);
+        start(KVRunKind::Undo, KVSyncController::revertingChanges(*last), last->id);
+        ASSERT_TRUE(waitForEnd());
+        EXPECT_TRUE(outcome().isComplete());
+    }
+    EXPECT_EQ(dates(photos), before);
+    EXPECT_EQ(KVTest::readFile(raw), rawBytes);
+    EXPECT_FALSE(KVLastUndoableRun(KVRunRecord::all()));
+
+    // A photo whose date someone else changed since is left alone, and said so.
+    start(KVRunKind::Shift, changes(photos.mid(0, 3), 30));
+    ASSERT_TRUE(waitForEnd());
+    ASSERT_TRUE(KVTest::writeExif(photos[1], {{originalKey, "2030:01:01 00:00:00"}}));
+    const std::optional<KVRunRecord> last = KVLastUndoableRun(KVRunRecord::all());
+    ASSERT_TRUE(last);
+    start(KVRunKind::Undo, KVSyncController::revertingChanges(*last), last->id);
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(pathsOf(outcome().notChanged), QSet<QString>{photos[1]});
+    EXPECT_EQ(KVTest::readExif(photos[1], originalKey), "2030:01:01 00:00:00");
+    EXPECT_EQ(dates({photos[0], photos[2]}),
+              (QMap<QString, QStringList>{{photos[0], before.value(photos[0])},
+                                          {photos[2], before.value(photos[2])}}));
+}
+
+// A run cut off with photos in every state is settled both ways from the photos' own dates, as
+// often as needed, and leaves no hidden file behind.
+TEST_F(KVSynchronizationTest, RecoveryChangesBackOrFinishesACutOffRunFromEachPhotosDate) {
+    for (const KVRunRecovery::Mode mode :
+         {KVRunRecovery::Mode::ChangeBack, KVRunRecovery::Mode::Finish}) {
+        const bool finish = mode == KVRunRecovery::Mode::Finish;
+        SCOPED_TRACE(finish ? "finish" : "change back");
+        const QStringList photos = makePhotos(5);
+        const QMap<QString, QStringList> before = dates(photos);
+        std::vector<KVPhotoChange> run = changes(photos, 120);
+        std::vector<KVJournalEntry> plan;
+        for (const KVPhotoChange &change : run) {
+            KVJournalEntry entry;
+            entry.identity = change.identity;
+            entry.seconds = 120;
+            entry.oldDateText = before.value(change.identity.path).first();
+            plan.push_back(entry);
+        }
+        {
+            QString error;
+            std::unique_ptr<KVRunJournal> journal =
+                KVRunJournal::create(KVRunKind::Sync, plan, {}, &error);
+            ASSERT_TRUE(journal) << qPrintable(error);
+            KVPhotoWriter writer;
+            // Photos 0 and 1 changed (1 before its line was written), 2 about to change, 3
+            // changed by someone else meanwhile, 4 never reached.
+            for (int i = 0; i < 4; ++i) {
+                const auto hook = [&, i](const QString &oldText, const QString &newText) {
+                    return journal->willChange(i, oldText, newText) && i < 2;
+                };
+                const KVWriteOutcome written =
+                    writer.shiftDates(run[size_t(i)].identity, 120, hook);
+                if (i == 0)
+                    journal->didChange(i, written);
+            }
+            ASSERT_TRUE(KVTest::writeExif(photos[3], {{originalKey, "2030:01:01 00:00:00"}}));
+            QDir().mkpath(m_folder.filePath(
+                QStringLiteral("event/%1abc123").arg(KVPhotoWriter::leftoverPrefix)));
+            // Dropped without an end, as by kill -9.
+        }
+        for (int pass = 0; pass < 2; ++pass) {
+            const std::vector<KVRunRecord> interrupted = KVRunRecovery::interruptedRuns(mode);
+            if (pass == 1) {
+                EXPECT_TRUE(interrupted.empty());
+                break;
+            }
+            ASSERT_EQ(interrupted.size(), 1u);
+            const KVRunRecovery::Result result =
+                KVRunRecovery::settle(interrupted[0], mode, KVToolPath());
+            EXPECT_TRUE(result.settled);
+            using Photo = KVRunRecovery::Photo;
+            EXPECT_EQ(result.count(Photo::Result::Failed), 1);
+            EXPECT_EQ(result.count(Photo::Result::Moved), 2);
+        }
+        QMap<QString, QStringList> expected =
+            finish ? shifted(before, 120, {photos[0], photos[1], photos[2], photos[4]}) : before;
+        // Neither the date before nor after: left as it is.
+        expected[photos[3]] = dates({photos[3]}).value(photos[3]);
+        EXPECT_EQ(dates(photos), expected);
+        EXPECT_TRUE(strays(photos).isEmpty()) << qPrintable(strays(photos).join(' '));
+        QDir(m_folder.filePath("event")).removeRecursively();
+    }
 }
 
 } // namespace

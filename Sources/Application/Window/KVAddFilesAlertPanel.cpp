@@ -52,7 +52,6 @@ void KVAddFilesAlertPanel::loadWindowIfNeeded() {
         m_ui->disclosureButton->setChecked(false);
         showHideFilesView();
     }
-    // Tried again on every use until it succeeds, so a failed report never gets on screen.
     if (!m_contentIsSetUp) {
         windowDidLoad();
         m_contentIsSetUp = true;
@@ -60,9 +59,6 @@ void KVAddFilesAlertPanel::loadWindowIfNeeded() {
 }
 
 void KVAddFilesAlertPanel::windowDidLoad() {
-    if (m_dialogType == NotChangedFiles)
-        m_ui->title->setText(tr("Cannot change date"));
-    // Throws for the not changed report: its explanatory line cannot be set.
     const KVFileReportContent content =
         KVFileReportContent::setUp(static_cast<KVUserInterface::FileReportType>(m_dialogType));
     if (!content.title.isEmpty())

@@ -20,8 +20,7 @@ class KVAddFilesAlertPanel;
 
 // The report of files the program could not handle: a bold title, an explanatory line and the
 // list of files (name, path and reason) in a part of the window that folds away. The window is
-// set up on first use, like a window loaded from its layout; a report of not changed files
-// fails during that set-up with KVProgrammingError and is never shown.
+// set up on first use, like a window loaded from its layout.
 class KVAddFilesAlertPanel : public QDialog {
     Q_OBJECT
 
