@@ -23,12 +23,10 @@
 
 namespace {
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVAppDelegate", text);
-}
-
 const QString runStateKey = QStringLiteral("runState");
 const QString operationCountKey = QStringLiteral("operationCount");
+// How long the display says why a quit or a close was refused.
+constexpr double kKVRefusalShownSeconds = 2.5;
 
 } // namespace
 
@@ -121,9 +119,23 @@ void KVAppDelegate::offerRecoveryOfInterruptedRuns() {
 bool KVAppDelegate::applicationShouldTerminate() {
     if (!isProcessingPathes())
         return true;
-    if (KVUserInterface *ui = userInterface())
-        ui->beep();
+    refuseToEndWhileBusy();
     return false;
+}
+
+void KVAppDelegate::refuseToEndWhileBusy() {
+    KVUserInterface *ui = userInterface();
+    if (!ui)
+        return;
+    ui->beep();
+    if (!m_syncController || !m_syncController->isBusy())
+        return;
+    ui->displayString(tr("Kalvora is syncing — Cancel first"));
+    dispatchMainAfter(kKVRefusalShownSeconds, [this] {
+        // A run that ended meanwhile has put its own word on the display.
+        if (m_syncController && m_syncController->isBusy())
+            chooseWhatToShowOnDisplay();
+    });
 }
 
 bool KVAppDelegate::windowShouldClose() const {
@@ -367,10 +379,10 @@ bool KVAppDelegate::canChangeCameras(const QStringList &keys) {
             if (!KVURLExtensions::isFileWritable(file->url())) {
                 if (ui)
                     ui->runAlert(tr("Cannot change time and date"),
-                                 tr("Some of the photos may be locked, or you may not have "
-                                    "sufficient privileges to edit them. Try unlocking these files "
-                                    "or changing their privileges to \"Read & Write\" in the "
-                                    "Finder, and then try again."),
+                                 tr("Some of the photos may be read-only, or you may not have "
+                                    "permission to change them. Allow writing to these files, "
+                                    "for example in the file manager's Properties, and then try "
+                                    "again."),
                                  {tr("OK")});
                 return false;
             }

@@ -23,6 +23,7 @@
 // Observable keys (besides those of the camera sets): "etalon", "isProcessingPathes",
 // "isEnabledSynchronization", "isManualSetEnable", "fullScreenTitle".
 class KVAppDelegate : public KVCameraSets {
+    Q_DECLARE_TR_FUNCTIONS(KVAppDelegate)
 public:
     enum class MenuAction { AddFiles, RemoveFiles, Terminate, VerboseLogging, Other };
 
@@ -37,6 +38,9 @@ public:
     bool applicationShouldTerminate();
     bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
     bool windowShouldClose() const;
+    // Why quitting or closing did nothing: a beep, and during a run a word on the display for a
+    // moment before the progress comes back.
+    void refuseToEndWhileBusy();
     KVUndoManager &undoManager();
     void verboseLogging();
     bool validateMenuItem(MenuAction action, bool *checkMark = nullptr) const;

@@ -14,10 +14,6 @@
 
 namespace {
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVAppDelegate", text);
-}
-
 bool isMountedFolder(const QString &path) {
     // An emptied mount point stays behind as a folder here, so "back" means mounted again.
     if (!QFileInfo(path).isDir())

@@ -5,6 +5,7 @@
 
 #include "KVImageFile.h"
 
+#include <QCoreApplication>
 #include <QTimer>
 
 #include <memory>
@@ -18,6 +19,7 @@ class KVAppDelegate;
 // reported together at most every three seconds; an unplugged disk holds both queues back, asks
 // for the disk when a run was going, and then resumes or abandons the run.
 class KVVanishedFiles {
+    Q_DECLARE_TR_FUNCTIONS(KVVanishedFiles)
 public:
     static constexpr int checkIntervalMilliseconds = 3000;
 

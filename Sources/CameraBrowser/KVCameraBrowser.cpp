@@ -138,9 +138,11 @@ KVTableCellView *KVCameraBrowser::makeViewForRow(int row) {
         m_idleViews.pop_back();
     } else {
         view = new KVTableCellView(viewport());
-        // A wheel turned over a row's scroll bar without sideways movement scrolls the list.
+        // A wheel turned over a row's scroll bar without sideways movement scrolls the list:
+        // the turn goes to the viewport, where the scroll area takes its input (the area
+        // itself passes wheel events by).
         if (auto *scroller = qobject_cast<KVScroller *>(view->scrollView()->horizontalScrollBar()))
-            scroller->setParentView(this);
+            scroller->setParentView(viewport());
     }
     // Shown at its place first, so that the timeline is fitted to the row's real width.
     view->setGeometry(rowRect(row));

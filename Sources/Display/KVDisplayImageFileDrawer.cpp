@@ -16,7 +16,9 @@ KVImageFileRef KVDisplayImageFileDrawer::imageFile() const {
     return m_imageFile;
 }
 
-void KVDisplayImageFileDrawer::setImageFile(const KVImageFileRef &imageFile) {
+void KVDisplayImageFileDrawer::setImageFile(const KVImageFileRef &imageFile,
+                                            const QString &cameraName) {
+    m_cameraName = cameraName;
     m_imageFile = imageFile;
 }
 
@@ -77,7 +79,8 @@ std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() 
     const QSizeF nameSize = KVSizeWithAttributes(name, attributes());
     labels.push_back({name, QRectF(QPointF(12.0, (height - nameSize.height()) * 0.5), nameSize)});
 
-    const QString camera = fitted(m_imageFile->cameraName());
+    const QString camera =
+        fitted(m_cameraName.isEmpty() ? m_imageFile->cameraName() : m_cameraName);
     const QSizeF cameraSize = KVSizeWithAttributes(camera, attributes());
     labels.push_back(
         {camera, QRectF(QPointF(12.0, height - 5.0 - cameraSize.height()), cameraSize)});

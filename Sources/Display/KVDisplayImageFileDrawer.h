@@ -16,7 +16,8 @@ public:
     explicit KVDisplayImageFileDrawer(KVDisplayView *view);
 
     KVImageFileRef imageFile() const;
-    void setImageFile(const KVImageFileRef &imageFile);
+    // The camera line shows cameraName, or the photo's own camera name when it is empty.
+    void setImageFile(const KVImageFileRef &imageFile, const QString &cameraName = QString());
 
     // The four labels as drawn into the current view (text and lower-left-origin rectangle);
     // empty when there is nothing to draw.
@@ -32,4 +33,5 @@ private:
     static const KVTextAttributes &attributes();
 
     KVImageFileRef m_imageFile;
+    QString m_cameraName;
 };

@@ -63,8 +63,8 @@ KVDisplaySynchProgressDrawer *KVDisplayView::progressDrawer() {
     return sharedDrawer<KVDisplaySynchProgressDrawer>(this);
 }
 
-void KVDisplayView::drawImageFile(const KVImageFileRef &imageFile) {
-    imageFileDrawer()->setImageFile(imageFile);
+void KVDisplayView::drawImageFile(const KVImageFileRef &imageFile, const QString &cameraName) {
+    imageFileDrawer()->setImageFile(imageFile, cameraName);
     makeCurrent(imageFileDrawer());
 }
 

@@ -34,7 +34,7 @@ public:
     KVDisplayStringDrawer *stringDrawer();
     KVDisplaySynchProgressDrawer *progressDrawer();
 
-    void drawImageFile(const KVImageFileRef &imageFile);
+    void drawImageFile(const KVImageFileRef &imageFile, const QString &cameraName = QString());
     void drawString(const QString &string);
     // The queue is not owned: whoever owns it hands nullptr here (or to the progress drawer's
     // setQueue) before it goes.

@@ -16,10 +16,6 @@
 
 namespace {
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVAppDelegate", text);
-}
-
 const std::vector<KVImageFileRef> &emptyCamera() {
     static const std::vector<KVImageFileRef> empty;
     return empty;
@@ -370,8 +366,30 @@ int KVCameraSets::numberOfCamerasInBrowser() const {
 
 QString KVCameraSets::nameForCameraWithIndex(int index) const {
     const std::vector<KVImageFileRef> &files = cameraImagesWithIndex(index);
-    const QString name = files.empty() ? QString() : files.front()->cameraName();
+    const QString name = files.empty() ? QString() : distinctCameraName(files.front());
     return name.isEmpty() ? tr("No Name") : name;
+}
+
+QString KVCameraSets::distinctCameraName(const KVImageFileRef &file) const {
+    if (!file)
+        return {};
+    const QString name = file->cameraName();
+    const QString serial = file->serialNumber().trimmed();
+    if (serial.isEmpty() || !m_imageFiles)
+        return name;
+    const QString key = file->fullCameraName();
+    const bool shared =
+        std::any_of(m_imageFiles->begin(), m_imageFiles->end(), [&](const auto &camera) {
+            return camera.first != key && !camera.second.empty() &&
+                   camera.second.front()->cameraName() == name;
+        });
+    if (!shared)
+        return name;
+    // The last digits tell bodies apart; the front of a serial is mostly the maker's prefix.
+    constexpr qsizetype kKVSerialTail = 6;
+    const QString tail =
+        serial.size() > kKVSerialTail ? QStringLiteral("…") + serial.right(kKVSerialTail) : serial;
+    return name + QStringLiteral(" · ") + tail;
 }
 
 QString KVCameraSets::toolTipForCameraWithIndex(int index) const {

@@ -9,6 +9,7 @@
 #include "KVObservable.h"
 #include "KVUserInterface.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QMetaType>
 #include <QStringList>
@@ -37,6 +38,7 @@ Q_DECLARE_METATYPE(KVModelResult)
 // thread, and the answers the camera browser asks for. Observable keys: "imageFiles",
 // "isSynchronizationPossible".
 class KVCameraSets : public KVObservable, public KVObserver {
+    Q_DECLARE_TR_FUNCTIONS(KVCameraSets)
 public:
     explicit KVCameraSets(KVUserInterface *userInterface);
     ~KVCameraSets() override;
@@ -74,6 +76,9 @@ public:
     // Answers to the camera browser.
     int numberOfCamerasInBrowser() const;
     QString nameForCameraWithIndex(int index) const;
+    // The photo's camera name, with the end of its serial number ("Oriel OX-5 · …318862") when
+    // another camera in the list has the same name: two bodies of one model told apart.
+    QString distinctCameraName(const KVImageFileRef &file) const;
     QString toolTipForCameraWithIndex(int index) const;
     const std::vector<KVImageFileRef> &imagesForCameraWithIndex(int index) const;
     // A note for the camera's row header; none here.

@@ -71,9 +71,7 @@ std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url) {
     if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path)) {
         const std::optional<KVImageProperties> properties = source->copyPropertiesAtIndex0();
         if (!properties) {
-            KVLog(QStringLiteral("CGImageSource was not able to fetch any properties for the "
-                                 "image file %1")
-                      .arg(path));
+            KVLog(QStringLiteral("No properties could be read from the image file %1").arg(path));
         } else {
             if (properties->contains(KVImageSource::exifDictionaryKey)) {
                 const QVariantMap exifProperties =
@@ -102,7 +100,7 @@ std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url) {
             }
         }
     }
-    KVLog(describe(exif));
+    KVLogVerbose(describe(exif));
     return exif;
 }
 

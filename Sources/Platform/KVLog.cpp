@@ -9,6 +9,13 @@
 #include <mutex>
 #include <syslog.h>
 
+// Debug is the level of the step-by-step log; it starts off.
+Q_LOGGING_CATEGORY(KVVerboseLogging, "kalvora.verbose", QtInfoMsg)
+
+void KVSetVerboseLogging(bool on) {
+    const_cast<QLoggingCategory &>(KVVerboseLogging()).setEnabled(QtDebugMsg, on);
+}
+
 void KVLog(const QString &message) {
     const QByteArray line = QStringLiteral("[Kalvora] %1").arg(message).toUtf8();
     static std::once_flag opened;
@@ -18,6 +25,12 @@ void KVLog(const QString &message) {
 }
 
 void KVLogVerbose(const QString &message) {
-    if (KVUserDefaults::standardUserDefaults().verboseConsole())
+    // The saved default decides from the first message on; QT_LOGGING_RULES may add to it.
+    static std::once_flag loaded;
+    std::call_once(loaded, [] {
+        if (KVUserDefaults::standardUserDefaults().verboseConsole())
+            KVSetVerboseLogging(true);
+    });
+    if (KVVerboseLogging().isDebugEnabled())
         KVLog(message);
 }

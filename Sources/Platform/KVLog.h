@@ -3,9 +3,17 @@
 
 #pragma once
 
+#include <QLoggingCategory>
 #include <QString>
 
-// Writes "[Kalvora] <message>" to the system log and to standard error, always.
+// The step-by-step log ("kalvora.verbose": each photo read, each run of the tool): off unless
+// the user has turned on Verbose Logging, or QT_LOGGING_RULES turns on its debug level.
+Q_DECLARE_LOGGING_CATEGORY(KVVerboseLogging)
+// Follows the Verbose Logging default; KVUserDefaults calls it whenever that changes.
+void KVSetVerboseLogging(bool on);
+
+// Writes "[Kalvora] <message>" to the system log and to standard error, always: warnings and
+// errors.
 void KVLog(const QString &message);
-// The same, only while the user has turned on verbose logging.
+// The same, only while the step-by-step log is on.
 void KVLogVerbose(const QString &message);

@@ -3,6 +3,8 @@
 
 #include "KVUserDefaults.h"
 
+#include "KVLog.h"
+
 #include <QSettings>
 
 namespace {
@@ -43,8 +45,10 @@ void KVUserDefaults::setBool(bool value, const QString &key) {
         std::lock_guard lock(m_mutex);
         settings().setValue(key, value);
     }
-    if (key == verboseLoggingKey)
+    if (key == verboseLoggingKey) {
         m_verbose = value ? 1 : 0;
+        KVSetVerboseLogging(value);
+    }
 }
 
 void KVUserDefaults::setObject(const QVariant &value, const QString &key) {

@@ -7,6 +7,7 @@
 #include "KVHeadlessUserInterface.h"
 #include "KVSuggestedMatches.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QStringList>
 
@@ -17,6 +18,7 @@
 // Shared ground of the command-line front end: photos are added through the same model code as
 // in the window, with a window that has no pixels.
 class KVCommandLine {
+    Q_DECLARE_TR_FUNCTIONS(KVCommandLine)
 public:
     KVCommandLine();
 

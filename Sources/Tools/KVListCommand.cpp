@@ -65,7 +65,7 @@ int KVRunListCommand(const QStringList &arguments) {
     QString text;
     for (const QJsonValue &value : cameras) {
         const QJsonObject camera = value.toObject();
-        text += QStringLiteral("%1\n  name: %2\n  tool tip: %3\n  photos: %4, %5 to %6\n")
+        text += KVCommandLine::tr("%1\n  name: %2\n  tool tip: %3\n  photos: %4, %5 to %6\n")
                     .arg(camera[QStringLiteral("key")].toString(),
                          camera[QStringLiteral("name")].toString(),
                          camera[QStringLiteral("toolTip")].toString().replace(
@@ -80,7 +80,7 @@ int KVRunListCommand(const QStringList &arguments) {
         }
     }
     if (!refused.isEmpty()) {
-        text += QStringLiteral("refused: %1\n").arg(refused.size());
+        text += KVCommandLine::tr("refused: %1\n").arg(refused.size());
         for (const QJsonValue &value : refused) {
             text += QStringLiteral("    %1  %2\n")
                         .arg(value[QStringLiteral("path")].toString(),

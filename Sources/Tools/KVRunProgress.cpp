@@ -3,6 +3,8 @@
 
 #include "KVRunProgress.h"
 
+#include "KVCommandLine.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -80,8 +82,12 @@ QString line(const KVOperationQueue &queue, qint64 elapsedMilliseconds) {
         const qint64 seconds = std::llround((total - handled) / rate);
         left = QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
     }
-    return QStringLiteral("\r%1 [%2%3] %4/%5 photos  %6 photos/s  %7 left\033[K")
-        .arg(reverting ? QStringLiteral("Reverting") : QStringLiteral("Shifting"))
+    const QString verb =
+        reverting ? KVCommandLine::tr("Changing back") : KVCommandLine::tr("Shifting");
+    // Back to the line's start, and the rest of the old line erased after it.
+    return QStringLiteral("\r%1\033[K")
+        .arg(KVCommandLine::tr("%1 [%2%3] %4/%5 photos  %6 photos/s  %7 left"))
+        .arg(verb)
         .arg(QString(filled, QLatin1Char('#')), QString(width - filled, QLatin1Char('.')))
         .arg(handled)
         .arg(total)

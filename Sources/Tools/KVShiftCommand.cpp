@@ -72,15 +72,15 @@ int KVRunShiftCommand(const QStringList &arguments) {
     // Checked before anything is read, so that no photo is ever handed to a missing tool.
     const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
     if (!QFileInfo(tool).isExecutable()) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: the tool %1 cannot be run; no "
-                                                    "photo was changed.\n")
+        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: the tool %1 cannot be run; no "
+                                                       "photo was changed.\n")
                                          .arg(tool));
         return 1;
     }
     KVSetToolPath(tool);
     // From here on Ctrl-C cancels, also while the run waits for another one to end.
     if (!KVRunProgress::installSignalHandlers()) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: cannot watch for Ctrl-C; "
+        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: cannot watch for Ctrl-C; "
                                                     "no photo was changed.\n"));
         return 1;
     }
@@ -91,8 +91,8 @@ int KVRunShiftCommand(const QStringList &arguments) {
     const QStringList keys = model.sortedCameras();
     for (const QString &key : options->cameras) {
         if (!keys.contains(key)) {
-            KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: no camera %1 among the "
-                                                        "photos (see kalvora-cli list)\n")
+            KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: no camera %1 among the "
+                                                           "photos (see kalvora-cli list)\n")
                                              .arg(key));
             return 2;
         }
@@ -126,7 +126,7 @@ int KVRunShiftCommand(const QStringList &arguments) {
             KVRunProgress::restoreSignalHandlers();
             KVCommandLine::print(
                 stderr,
-                QStringLiteral("kalvora-cli: %1\nNo photo was changed.\n").arg(refusal->text));
+                KVCommandLine::tr("kalvora-cli: %1\nNo photo was changed.\n").arg(refusal->text));
             return 1;
         }
         signalNumber = KVCommandLine::waitForRun(controller, options->json ? stderr : stdout,
@@ -174,22 +174,22 @@ int KVRunShiftCommand(const QStringList &arguments) {
     } else {
         QString text;
         if (cancelled) {
-            text += QStringLiteral("Cancelled: %1 of the %2 photos already changed were changed "
+            text += KVCommandLine::tr("Cancelled: %1 of the %2 photos already changed were changed "
                                    "back.\n")
                         .arg(outcome.changedBack.size())
                         .arg(outcome.changed.size());
         } else {
-            text += QStringLiteral("%1 of %2 photos shifted by %3 seconds.\n")
+            text += KVCommandLine::tr("%1 of %2 photos shifted by %3 seconds.\n")
                         .arg(outcome.changed.size())
                         .arg(outcome.photoCount)
                         .arg(seconds);
         }
-        text += KVCommandLine::photoList(QStringLiteral("not changed"), outcome.notChanged);
+        text += KVCommandLine::photoList(KVCommandLine::tr("not changed"), outcome.notChanged);
         text += KVCommandLine::photoList(
-            QStringLiteral("NOT changed back, still shifted by %1 seconds").arg(seconds),
+            KVCommandLine::tr("NOT changed back, still shifted by %1 seconds").arg(seconds),
             outcome.notChangedBack);
         if (!refused.isEmpty())
-            text += QStringLiteral("refused: %1 (see kalvora-cli list)\n").arg(refused.size());
+            text += KVCommandLine::tr("refused: %1 (see kalvora-cli list)\n").arg(refused.size());
         KVCommandLine::print(stdout, text);
     }
     if (signalNumber != 0)

@@ -117,7 +117,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
     KVAppDelegate &model = commandLine.model();
     const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
     if (!options->dryRun && !QFileInfo(tool).isExecutable())
-        return fail(QStringLiteral("the tool %1 cannot be run; no photo was changed.").arg(tool),
+        return fail(KVCommandLine::tr("the tool %1 cannot be run; no photo was changed.").arg(tool),
                     1);
     model.awakeFromNib();
     model.applicationDidFinishLaunching(KVCommandLine::bundlePath());
@@ -142,8 +142,8 @@ int KVRunSyncCommand(const QStringList &arguments) {
                  camera->matchPhoto ? QJsonValue(camera->matchPhoto->path()) : QJsonValue()}});
         }
         text += intervals.empty()
-                    ? QStringLiteral("no camera is sure enough to sync by its suggested offset\n")
-                    : QStringLiteral("%1 of %2 cameras sure enough to sync by the offsets above\n")
+                    ? KVCommandLine::tr("no camera is sure enough to sync by its suggested offset\n")
+                    : KVCommandLine::tr("%1 of %2 cameras sure enough to sync by the offsets above\n")
                           .arg(intervals.size())
                           .arg(suggestion.cameras.size());
         if (intervals.empty() && !options->json) {
@@ -161,7 +161,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
             KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
             if (!reference)
                 return fail(
-                    QStringLiteral("%1 is not among the photos read").arg(options->reference), 2);
+                    KVCommandLine::tr("%1 is not among the photos read").arg(options->reference), 2);
             reference->setImageState(KVImageStateEtalon);
         }
         QList<int> matchedCameras;
@@ -169,11 +169,11 @@ int KVRunSyncCommand(const QStringList &arguments) {
             int camera = -1;
             KVImageFileRef match = findPhoto(model, path, &camera);
             if (!match)
-                return fail(QStringLiteral("%1 is not among the photos read").arg(path), 2);
+                return fail(KVCommandLine::tr("%1 is not among the photos read").arg(path), 2);
             if (camera == referenceCamera || matchedCameras.contains(camera))
                 return fail(
-                    QStringLiteral("%1: one matching photo per camera, none on the reference's "
-                                   "camera")
+                    KVCommandLine::tr("%1: one matching photo per camera, none on the reference's "
+                                      "camera")
                         .arg(path),
                     2);
             matchedCameras << camera;
@@ -188,13 +188,13 @@ int KVRunSyncCommand(const QStringList &arguments) {
         const KVReferenceSet set = model.etalonWithSelectedImages();
         const KVTimeIntervals intervals = set.timeIntervals();
         text =
-            QStringLiteral("reference: %1, %2\n")
+            KVCommandLine::tr("reference: %1, %2\n")
                 .arg(set.etalon->path().isEmpty() ? set.etalon->cameraName() : set.etalon->path(),
                      KVCommandLine::dateText(set.etalon->creationDate()));
         for (const auto &[key, interval] : intervals) {
             const KVImageFileRef &match = set.selectedImages.at(key);
             const qsizetype photos = model.imageFiles()->at(key).size();
-            text += QStringLiteral("%1  %2  %3 photos  (matching %4, %5)\n")
+            text += KVCommandLine::tr("%1  %2  %3 photos  (matching %4, %5)\n")
                         .arg(key, KVCommandLine::offsetText(interval))
                         .arg(photos)
                         .arg(match->path(), KVCommandLine::dateText(match->creationDate()));
@@ -212,7 +212,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
     int signalNumber = 0;
     if (!options->dryRun) {
         if (!KVRunProgress::installSignalHandlers())
-            return fail(QStringLiteral("cannot watch for Ctrl-C; no photo was changed."), 1);
+            return fail(KVCommandLine::tr("cannot watch for Ctrl-C; no photo was changed."), 1);
         signalNumber = runSynchronization(commandLine, options->json ? stderr : stdout, start);
         KVRunProgress::restoreSignalHandlers();
     }
@@ -251,9 +251,9 @@ int KVRunSyncCommand(const QStringList &arguments) {
             report += message + QLatin1Char('\n');
         if (outcome.end == KVRunRecord::End::Abandoned)
             report += KVCommandLine::photoList(QStringLiteral("changed"), outcome.changed);
-        report += KVCommandLine::photoList(QStringLiteral("not changed"), notChangedResults);
+        report += KVCommandLine::photoList(KVCommandLine::tr("not changed"), notChangedResults);
         report +=
-            KVCommandLine::photoList(QStringLiteral("NOT changed back"), outcome.notChangedBack);
+            KVCommandLine::photoList(KVCommandLine::tr("NOT changed back"), outcome.notChangedBack);
         KVCommandLine::print(stdout, report);
     }
     if (signalNumber != 0)

@@ -2,12 +2,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "KVCommandLine.h"
+#include "KVTranslations.h"
 
 #include <QCoreApplication>
 
 namespace {
 
-const char *usage =
+const char *const usage = QT_TRANSLATE_NOOP(
+    "KVCommandLine",
     "usage: kalvora-cli list [--json] PATHS...\n"
     "  Reads the photos in PATHS (files or folders, to any depth) and prints them by camera:\n"
     "  identity key, name, tool tip, count, first and last capture date, every photo, and the\n"
@@ -40,13 +42,14 @@ const char *usage =
     "usage: kalvora-cli recover [--rollback | --finish] [--json]\n"
     "  Settles runs that were cut off (a crash, a kill): changes their photos back to the dates\n"
     "  they had before (the default), or finishes them. Exit status 1 when a photo could not be\n"
-    "  settled. Commands that change photos refuse to run while a cut-off run waits.\n";
+    "  settled. Commands that change photos refuse to run while a cut-off run waits.\n");
 
 } // namespace
 
 int main(int argc, char **argv) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Kalvora"));
+    KVTranslations::install(application);
     QStringList arguments = QCoreApplication::arguments().mid(1);
     const QString command = arguments.isEmpty() ? QString() : arguments.takeFirst();
     int status = 2;
@@ -65,6 +68,6 @@ int main(int argc, char **argv) {
     else if (command == QLatin1String("recover"))
         status = KVRunRecoverCommand(arguments);
     if (status == 2)
-        std::fputs(usage, stderr);
+        KVCommandLine::print(stderr, KVCommandLine::tr(usage));
     return status;
 }

@@ -66,6 +66,7 @@ TEST_F(KVAppDelegateSyncTest, SyncShiftsTheMatchedCameraThenUndoAndRedoMoveItExa
     EXPECT_TRUE(m_delegate->isProcessingPathes());
     EXPECT_FALSE(m_delegate->applicationShouldTerminate());
     EXPECT_EQ(m_ui.beepCount(), 1);
+    EXPECT_EQ(m_ui.displayedText(), "Kalvora is syncing — Cancel first");
     ASSERT_TRUE(
         KVTest::waitFor([&] { return m_ui.displayedText() == synced; }, std::chrono::seconds(60)));
     ASSERT_TRUE(waitForRunToEnd());

@@ -5,6 +5,7 @@
 #include "KVCameraViewDocumentView.h"
 #include "KVTimelineTestPhoto.h"
 #include "KVTableCellView.h"
+#include "KVTimelineScrollView.h"
 
 #include <QDropEvent>
 #include <QMimeData>
@@ -165,6 +166,32 @@ TEST_F(KVCameraBrowserTest, WheelAndZoomRequestsReachTheirOwnRowOnly) {
     browser.requestToChangeScaleBy(&stranger, delta, 0);
     browser.documentViewIsEmpty(&stranger);
     EXPECT_EQ(browser.numberOfRows(), 10);
+}
+
+TEST_F(KVCameraBrowserTest, VerticalTurnOverARowsScrollBarScrollsTheListNotTheRow) {
+    show(10, 40);
+    // Zoomed in, so that the row has something to scroll sideways.
+    row(0)->slider()->setValue(KVTableCellView::sliderSteps);
+    QScrollBar *bar = row(0)->scrollView()->horizontalScrollBar();
+    ASSERT_TRUE(bar->isVisible());
+    ASSERT_GT(bar->maximum(), 0);
+    const int rowPosition = bar->value();
+    const QPointF point(bar->width() / 2.0, bar->height() / 2.0);
+    QWheelEvent down(point, bar->mapToGlobal(point), QPoint(), QPoint(0, -120), Qt::NoButton,
+                     Qt::NoModifier, Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&down);
+    qApp->notify(bar, &down);
+    EXPECT_GT(browser.verticalScrollBar()->value(), 0);
+    EXPECT_EQ(bar->value(), rowPosition);
+    // A sideways turn stays with the row.
+    browser.verticalScrollBar()->setValue(0);
+    bar = row(0)->scrollView()->horizontalScrollBar();
+    QWheelEvent sideways(point, bar->mapToGlobal(point), QPoint(), QPoint(-120, 0), Qt::NoButton,
+                         Qt::NoModifier, Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&sideways);
+    qApp->notify(bar, &sideways);
+    EXPECT_EQ(browser.verticalScrollBar()->value(), 0);
+    EXPECT_NE(bar->value(), rowPosition);
 }
 
 TEST_F(KVCameraBrowserTest, EmptyCameraLosesItsRowAndTheRestMoveUp) {

@@ -143,6 +143,40 @@ TEST_F(KVCameraSetsTest, PhotosAreOrderedByDateThenPathAndCamerasByRawKey) {
     EXPECT_EQ(m_model.toolTipForCameraWithIndex(1), "X1");
 }
 
+TEST_F(KVCameraSetsTest, TwoBodiesOfOneModelAreToldApartByTheEndOfTheirSerials) {
+    const QString folder = m_folder.path();
+    const QStringList copies = KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder);
+    ASSERT_EQ(copies.size(), 1);
+    struct Photo {
+        const char *name;
+        const char *model;
+        const char *serial;
+    } photos[] = {
+        {"first.jpg", "OX-5", "4410318862"},
+        {"second.jpg", "OX-5", "4410207731"},
+        {"short.jpg", "OX-5", "77"},
+        {"other.jpg", "OX-9", "4410555555"},
+    };
+    for (const Photo &photo : photos) {
+        const QString path = folder + "/" + photo.name;
+        ASSERT_TRUE(QFile::copy(copies[0], path));
+        ASSERT_TRUE(KVTest::writeExif(path, {{"Exif.Image.Make", "Oriel"},
+                                             {"Exif.Image.Model", photo.model},
+                                             {"Exif.Photo.BodySerialNumber", photo.serial}}));
+    }
+    QFile::remove(copies[0]);
+    add({folder});
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 4);
+    QStringList names;
+    for (int i = 0; i < m_model.numberOfCamerasInBrowser(); ++i)
+        names << m_model.nameForCameraWithIndex(i);
+    // A name no other camera shares stays plain.
+    EXPECT_EQ(names, QStringList({"Oriel OX-5 · …207731", "Oriel OX-5 · …318862", "Oriel OX-5 · 77",
+                                  "Oriel OX-9"}));
+    EXPECT_EQ(m_model.distinctCameraName(m_model.imagesForCameraWithIndex(1).front()),
+              "Oriel OX-5 · …318862");
+}
+
 TEST_F(KVCameraSetsTest, UnknownExtensionsAreTriedOnlyWhenWrittenInLowerCase) {
     const QString folder = m_folder.path();
     const QString source = KVTest::samplePath("cameras/Canon_40D.jpg");

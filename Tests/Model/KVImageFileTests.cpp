@@ -5,17 +5,23 @@
 
 #include "KVDispatch.h"
 #include "KVImageSource.h"
+#include "KVLog.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
+#include "KVUserDefaults.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QThread>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdio>
+#include <functional>
+#include <unistd.h>
 
 namespace {
 
@@ -219,4 +225,41 @@ TEST_F(KVImageFilePresenterTest, WithoutAListenerTrashedRecordKeepsFollowing) {
     ASSERT_TRUE(KVTest::waitFor([&] { return file->imageState() == KVImageStateRemoved; }));
     // The location is left as it was; only the state tells that the photo is gone.
     EXPECT_EQ(file->path(), path);
+}
+
+namespace {
+
+// What the code under test writes to standard error while body runs.
+QByteArray standardErrorOf(const std::function<void()> &body) {
+    QTemporaryFile capture;
+    if (!capture.open())
+        return "cannot capture standard error";
+    std::fflush(stderr);
+    const int saved = dup(STDERR_FILENO);
+    dup2(capture.handle(), STDERR_FILENO);
+    body();
+    std::fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    capture.seek(0);
+    return capture.readAll();
+}
+
+} // namespace
+
+// Reading 10,000 photos must not write 10,000 lines: each photo's details are a step of the
+// verbose log only.
+TEST(KVImageFile, ReadingAPhotoLogsItsDetailsOnlyWithVerboseLoggingOn) {
+    KVUserDefaults &defaults = KVUserDefaults::standardUserDefaults();
+    const bool before = defaults.verboseConsole();
+    const QUrl photo = QUrl::fromLocalFile(KVTest::samplePath("cameras/Canon_40D.jpg"));
+    for (const bool verbose : {false, true}) {
+        SCOPED_TRACE(verbose);
+        defaults.setBool(verbose, KVUserDefaults::verboseLoggingKey);
+        EXPECT_EQ(KVVerboseLogging().isDebugEnabled(), verbose);
+        const QByteArray said =
+            standardErrorOf([&] { ASSERT_TRUE(KVImageFile::initWithURL(photo)); });
+        EXPECT_EQ(said.contains("[Kalvora]"), verbose) << said.constData();
+    }
+    defaults.setBool(before, KVUserDefaults::verboseLoggingKey);
 }

@@ -21,9 +21,12 @@ struct Result {
     QByteArray output;
 };
 
-// Runs kalvora-cli with its standard error thrown away (it logs every file it reads).
-Result cli(const QStringList &arguments) {
-    std::vector<std::string> words{"/bin/sh", "-c", "exec \"$0\" \"$@\" 2>/dev/null", KALVORA_CLI};
+// Runs kalvora-cli with its standard error thrown away, in the given language ("C" is the
+// untranslated English).
+Result cli(const QStringList &arguments, const char *language = "C") {
+    const std::string line = std::string("LANGUAGE= LC_ALL=") + language + " LANG=" + language +
+                             " exec \"$0\" \"$@\" 2>/dev/null";
+    std::vector<std::string> words{"/bin/sh", "-c", line, KALVORA_CLI};
     for (const QString &argument : arguments)
         words.push_back(argument.toStdString());
     KVChildProcess process;
@@ -62,6 +65,21 @@ TEST(KVCommandLine, ListPrintsCamerasInOrderWithPhotosAndRefusals) {
     for (const QStringList &usage :
          {QStringList{"list"}, {"list", "--bogus", folder.path()}, {"frobnicate"}})
         EXPECT_EQ(cli(usage).status, 2) << qPrintable(usage.join(' '));
+}
+
+TEST(KVCommandLine, SpeaksTheUsersLanguageRefusalReasonsIncluded) {
+    QTemporaryDir folder;
+    KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/PaintTool_sample.jpg"}, folder.path());
+    const Result german = cli({"list", folder.path()}, "de_DE.UTF-8");
+    ASSERT_EQ(german.status, 0);
+    const QString text = QString::fromUtf8(german.output);
+    EXPECT_TRUE(text.contains("Kein EXIF-Datum und keine Kamera gefunden.")) << qPrintable(text);
+    EXPECT_TRUE(text.contains("abgelehnt: 1")) << qPrintable(text);
+    EXPECT_TRUE(text.contains("Fotos: 1, 2008:05:30 15:56:01 bis 2008:05:30 15:56:01"))
+        << qPrintable(text);
+    const QString english = QString::fromUtf8(cli({"list", folder.path()}).output);
+    EXPECT_TRUE(english.contains("No EXIF date and camera found.")) << qPrintable(english);
+    EXPECT_TRUE(english.contains("refused: 1")) << qPrintable(english);
 }
 
 TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera) {

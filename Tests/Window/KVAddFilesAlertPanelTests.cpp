@@ -4,8 +4,11 @@
 #include "KVAddFilesAlertPanel.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QItemSelectionModel>
 #include <QPointer>
 #include <QPushButton>
+#include <QTableView>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -86,4 +89,39 @@ TEST(KVAddFilesAlertPanel, SheetEndsOnceWithOneAndGoesAway) {
     EXPECT_EQ(codes, QList<int>{1});
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(sheet.isNull());
+}
+
+TEST(KVAddFilesAlertPanel, CopyGivesTheChosenRowsOrAllAsTabbedLinesAndLongPathsKeepBothEnds) {
+    std::unique_ptr<KVAddFilesAlertPanel> made = KVAddFilesAlertPanel::alertPanel();
+    QPointer<KVAddFilesAlertPanel> panel = made.get();
+    const QString deep = "/media/photographer/CARD-2025/DCIM/100OX005/wedding-ceremony/"
+                         "first-dance/IMG_00971.jpg";
+    QList<QVariantMap> records = kRecords;
+    records << QVariantMap{
+        {"name", "IMG_00971.jpg"}, {"path", deep}, {"error", "Unsupported file format."}};
+    panel->setDetailsInfoFromArray(records);
+    KVAddFilesAlertPanel::show(std::move(made));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(panel));
+    QTest::mouseClick(panel->findChild<QToolButton *>(QStringLiteral("disclosureButton")),
+                      Qt::LeftButton);
+    QTableView *table = panel->tableView();
+    table->selectionModel()->clearSelection();
+    QTest::keyClick(table, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(),
+              "clip.mov\t/shoot/clip.mov\tUnsupported file format.\n"
+              "scan.tif\t/s/scan.tif\tNo EXIF date and camera found.\n"
+              "IMG_00971.jpg\t" +
+                  deep + "\tUnsupported file format.\n");
+    table->selectRow(1);
+    QTest::keyClick(table, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(),
+              "scan.tif\t/s/scan.tif\tNo EXIF date and camera found.\n");
+
+    // A path too long for its column loses its middle, never its folder or its name, and the
+    // whole of it is the tool tip.
+    EXPECT_EQ(table->textElideMode(), Qt::ElideMiddle);
+    const QModelIndex cell = panel->tableArray().index(2, 1);
+    EXPECT_EQ(cell.data(Qt::ToolTipRole).toString(), deep);
+    EXPECT_GE(table->columnWidth(1), 300) << "the path column is too narrow to show a folder";
+    panel->performOK();
 }

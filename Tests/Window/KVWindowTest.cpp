@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include "KVAddFilesAlertPanel.h"
 #include "KVButtonCell.h"
 #include "KVCameraViewDocumentView.h"
 #include "KVDisplayImageFileDrawer.h"
 #include "KVDisplayView.h"
 #include "KVCameraBrowser.h"
+#include "KVHelpWindow.h"
 #include "KVLockView.h"
 #include "KVOperation.h"
 #include "KVRoundButtonCell.h"
@@ -18,16 +20,20 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QStackedWidget>
 #include <QTest>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QTranslator>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <thread>
@@ -162,12 +168,13 @@ TEST_F(KVWindowTest, WhileBusyTheWindowIsLockedAndRefusesToCloseOrQuit) {
     window->validateMenuItems();
     EXPECT_FALSE(window->undoAction()->isEnabled());
     EXPECT_FALSE(window->addFilesAction()->isEnabled());
-    EXPECT_FALSE(window->quitAction()->isEnabled());
+    EXPECT_FALSE(window->addFolderAction()->isEnabled());
 
     QCloseEvent close;
     QApplication::sendEvent(window.get(), &close);
     EXPECT_FALSE(close.isAccepted());
-    EXPECT_TRUE(window->isVisible());
+    // Quit stays on, so that Ctrl+Q reaches the delegate, which answers with the reason.
+    EXPECT_TRUE(window->quitAction()->isEnabled());
 
     gate->release();
     window->appDelegate().queue().waitUntilAllOperationsAreFinished();
@@ -203,7 +210,9 @@ TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
         QTimer::singleShot(50, [wanted] {
             auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
             ASSERT_NE(box, nullptr);
-            EXPECT_EQ(box->text(), QStringLiteral("Put the card back"));
+            // The headline stays whole in the box; the advice is set beneath it.
+            EXPECT_EQ(box->text(), QStringLiteral("Cannot open file or files"));
+            EXPECT_EQ(box->informativeText(), QStringLiteral("Put the card back"));
             for (QAbstractButton *button : box->buttons())
                 if (button->text() ==
                     (wanted == 0 ? QStringLiteral("Try Again") : QStringLiteral("Cancel")))
@@ -214,6 +223,71 @@ TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
                                    {QStringLiteral("Try Again"), QStringLiteral("Cancel")}),
                   wanted);
     }
+}
+
+TEST_F(KVWindowTest, RefusedFilesAreReportedInASheetOverTheWindow) {
+    QStringList paths = threeCameras();
+    paths << KVTest::samplePath("cameras/PaintTool_sample.jpg");
+    window->openFiles(paths);
+    KVAddFilesAlertPanel *sheet = nullptr;
+    ASSERT_TRUE(KVTest::waitFor([&] {
+        QCoreApplication::processEvents();
+        sheet = window->findChild<KVAddFilesAlertPanel *>();
+        return sheet && sheet->isVisible();
+    }));
+    EXPECT_EQ(sheet->windowModality(), Qt::WindowModal);
+    EXPECT_TRUE(sheet->isWindow());
+    EXPECT_EQ(sheet->windowTitle(), sheet->titleText());
+    EXPECT_EQ(sheet->tableArray().rowCount(), 1);
+    // Over the window, not somewhere on the screen.
+    EXPECT_TRUE(window->geometry().contains(sheet->geometry().center()));
+    sheet->performOK();
+}
+
+TEST_F(KVWindowTest, AddFilesOffersPhotosOfEveryTypeInAnyCaseAndAllFiles) {
+    const QStringList filters = KVWindow::addFilesNameFilters();
+    ASSERT_EQ(filters.size(), 2);
+    EXPECT_EQ(filters[1], "All files (*)");
+    // "Photos (*.a *.b …)", as the dialog reads a filter.
+    const qsizetype open = filters[0].indexOf('('), close = filters[0].lastIndexOf(')');
+    const QStringList patterns =
+        filters[0].mid(open + 1, close - open - 1).split(' ', Qt::SkipEmptyParts);
+    ASSERT_EQ(patterns.size(), KVCameraSets::supportedFileExtensions().size());
+    const auto shown = [&](const QString &name) {
+        return std::any_of(patterns.begin(), patterns.end(), [&](const QString &pattern) {
+            return QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern))
+                .match(name)
+                .hasMatch();
+        });
+    };
+    for (const QString &extension : KVCameraSets::supportedFileExtensions()) {
+        QString mixed = extension;
+        mixed[0] = mixed[0].toUpper();
+        for (const QString &name : {"a." + extension, "A." + extension.toUpper(), "b." + mixed})
+            EXPECT_TRUE(shown(name)) << qPrintable(name);
+    }
+    EXPECT_FALSE(shown("notes.txt"));
+    EXPECT_FALSE(shown("clip.mov"));
+    EXPECT_TRUE(window->addFolderAction()->isEnabled());
+}
+
+TEST_F(KVWindowTest, HelpOpensTheManualInsideWhenNothingOpensPdfFiles) {
+    // A desktop that knows no program for anything.
+    QTemporaryDir empty;
+    const QByteArray saved[] = {qgetenv("XDG_DATA_DIRS"), qgetenv("XDG_CONFIG_DIRS"),
+                                qgetenv("XDG_DATA_HOME"), qgetenv("XDG_CONFIG_HOME")};
+    const char *names[] = {"XDG_DATA_DIRS", "XDG_CONFIG_DIRS", "XDG_DATA_HOME", "XDG_CONFIG_HOME"};
+    for (const char *name : names)
+        qputenv(name, empty.path().toUtf8());
+    EXPECT_EQ(KVHelpWindow::pdfViewer(), QString());
+    window->openManual();
+    for (int i = 0; i < 4; ++i)
+        qputenv(names[i], saved[i]);
+    KVHelpWindow *help = window->helpWindow();
+    ASSERT_NE(help, nullptr);
+    EXPECT_TRUE(help->isVisible());
+    EXPECT_TRUE(help->browser()->toPlainText().contains("Marking the reference photo"));
+    help->close();
 }
 
 TEST(KVSingleInstanceTest, ASecondLaunchHandsItsFilesToTheFirst) {
@@ -263,6 +337,11 @@ TEST(KVTranslationTest, TheGermanTableIsBuiltInAndTranslatesTheWindowsTexts) {
         KVWindow window;
         EXPECT_EQ(window.syncButton()->text(), KVAppDelegate::mainSyncButtonTitle());
         EXPECT_EQ(window.removeFilesAction()->text(), QStringLiteral("Alle entfernen"));
+        // The names a Linux desktop gives its menus in German.
+        QStringList menus;
+        for (QAction *menu : window.menuBar()->actions())
+            menus << menu->text();
+        EXPECT_EQ(menus, QStringList({"Kalvora", "Datei", "Bearbeiten", "Ansicht", "Hilfe"}));
     }
     QCoreApplication::removeTranslator(&translator);
 }

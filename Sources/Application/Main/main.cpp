@@ -2,16 +2,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "KVSingleInstance.h"
+#include "KVTranslations.h"
 #include "KVWindow.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
-#include <QLibraryInfo>
-#include <QLocale>
 #include <QTimer>
-#include <QTranslator>
 
 #include <cstdio>
 #include <utility>
@@ -23,17 +21,6 @@ QString bundlePath() {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../.."));
 }
 
-void installTranslations(QApplication &application) {
-    auto *translator = new QTranslator(&application);
-    if (translator->load(QLocale(), QStringLiteral("kalvora"), QStringLiteral("_"),
-                         QStringLiteral(":/Translations")))
-        QCoreApplication::installTranslator(translator);
-    auto *qtTranslator = new QTranslator(&application);
-    if (qtTranslator->load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
-                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QCoreApplication::installTranslator(qtTranslator);
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
@@ -42,7 +29,7 @@ int main(int argc, char **argv) {
     QCoreApplication::setApplicationName(QStringLiteral("Kalvora"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KALVORA_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("kalvora"));
-    installTranslations(application);
+    KVTranslations::install(application);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(

@@ -6,12 +6,17 @@
 #include "KVFileReportContent.h"
 #include "ui_KVAddFilesAlertPanel.h"
 
+#include <QAction>
+#include <QClipboard>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QStyle>
 #include <QUrl>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -44,7 +49,16 @@ void KVAddFilesAlertPanel::loadWindowIfNeeded() {
         header->setStretchLastSection(false);
         header->setSectionResizeMode(PathColumn, QHeaderView::Stretch);
         m_ui->tableView->setColumnWidth(NameColumn, 150);
-        m_ui->tableView->setColumnWidth(ReasonColumn, 210);
+        m_ui->tableView->setColumnWidth(ReasonColumn, 220);
+        // The list can be copied as text, all of it or the chosen rows, for a bug report.
+        auto *copy = new QAction(tr("Copy"), m_ui->tableView);
+        copy->setShortcut(QKeySequence::Copy);
+        copy->setShortcutContext(Qt::WidgetShortcut);
+        connect(copy, &QAction::triggered, this, &KVAddFilesAlertPanel::copyToClipboard);
+        m_ui->tableView->addAction(copy);
+        m_ui->tableView->setContextMenuPolicy(Qt::ActionsContextMenu);
+        // The table's own Copy would take only the current cell.
+        m_ui->tableView->installEventFilter(this);
         connect(m_ui->okButton, &QPushButton::clicked, this, &KVAddFilesAlertPanel::performOK);
         connect(m_ui->disclosureButton, &QToolButton::clicked, this,
                 &KVAddFilesAlertPanel::showHideFilesView);
@@ -65,6 +79,46 @@ void KVAddFilesAlertPanel::windowDidLoad() {
         m_ui->title->setText(content.title);
     if (!content.description.isEmpty())
         m_ui->descriptionLabel->setText(content.description);
+    // The title bar names the report, not only the program.
+    setWindowTitle(m_ui->title->text());
+}
+
+QString KVAddFilesAlertPanel::reportText(const QModelIndexList &rows) const {
+    QList<int> chosen;
+    for (const QModelIndex &index : rows)
+        chosen << index.row();
+    if (chosen.isEmpty()) {
+        for (int row = 0; row < m_tableArray.rowCount(); ++row)
+            chosen << row;
+    }
+    std::sort(chosen.begin(), chosen.end());
+    chosen.erase(std::unique(chosen.begin(), chosen.end()), chosen.end());
+    QString text;
+    for (int row : std::as_const(chosen)) {
+        QStringList cells;
+        for (int column = 0; column < ColumnCount; ++column)
+            cells << m_tableArray.item(row, column)->text();
+        text += cells.join(QLatin1Char('\t')) + QLatin1Char('\n');
+    }
+    return text;
+}
+
+bool KVAddFilesAlertPanel::eventFilter(QObject *watched, QEvent *event) {
+    const bool key = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    if (m_ui && watched == m_ui->tableView && key &&
+        static_cast<QKeyEvent *>(event)->matches(QKeySequence::Copy)) {
+        event->accept();
+        if (event->type() == QEvent::KeyPress)
+            copyToClipboard();
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void KVAddFilesAlertPanel::copyToClipboard() {
+    const QModelIndexList rows =
+        m_ui ? m_ui->tableView->selectionModel()->selectedRows() : QModelIndexList();
+    QGuiApplication::clipboard()->setText(reportText(rows));
 }
 
 void KVAddFilesAlertPanel::addRow(const QString &name, const QString &path, const QString &reason) {
@@ -128,9 +182,13 @@ void KVAddFilesAlertPanel::beginSheetModalForWindow(std::unique_ptr<KVAddFilesAl
     sheet->m_presentation = Presentation::Sheet;
     sheet->m_didEnd = std::move(didEnd);
     if (window) {
-        // Owned by the window from here on, so closing the window takes the sheet along.
-        sheet->setParent(window->window(), sheet->windowFlags());
+        // Owned by the window from here on, so closing the window takes the sheet along; it
+        // hangs from the window's top edge, in the middle, as a sheet does.
+        QWidget *owner = window->window();
+        sheet->setParent(owner, sheet->windowFlags());
         sheet->setWindowModality(Qt::WindowModal);
+        const QRect frame = owner->geometry();
+        sheet->move(frame.x() + (frame.width() - sheet->width()) / 2, frame.y());
     }
     sheet->QDialog::show();
 }

@@ -59,9 +59,16 @@ public:
     QTableView *tableView() const;
     const QStandardItemModel &tableArray() const { return m_tableArray; }
     QString titleText() const;
+    // The rows as lines of name, path and reason split by tabs: the given rows, or all when
+    // none are given. Copy puts the selected rows (or all) on the clipboard this way.
+    QString reportText(const QModelIndexList &rows = {}) const;
+    void copyToClipboard();
 
     // Escape and the close box end the panel the way OK does.
     void reject() override;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     enum class Presentation { None, Modal, Sheet, Window };

@@ -11,6 +11,7 @@
 #include "KVDispatch.h"
 #include "KVDisplaySynchProgressDrawer.h"
 #include "KVDisplayView.h"
+#include "KVHelpWindow.h"
 #include "KVLockView.h"
 #include "KVManualDateTimeView.h"
 #include "KVRoundButtonCell.h"
@@ -23,6 +24,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -152,6 +154,7 @@ void KVWindow::buildMenus() {
     QMenu *file = menuBar()->addMenu(tr("File"));
     m_addFilesAction = file->addAction(tr("Add Files…"), this, &KVWindow::addFiles);
     m_addFilesAction->setShortcut(QKeySequence::Open);
+    m_addFolderAction = file->addAction(tr("Add Folder…"), this, &KVWindow::addFolder);
     m_removeFilesAction = file->addAction(tr("Remove All"), this, &KVWindow::removeFiles);
 
     QMenu *edit = menuBar()->addMenu(tr("Edit"));
@@ -197,9 +200,11 @@ void KVWindow::openFiles(const QStringList &paths) {
 void KVWindow::validateMenuItems() {
     bool checked = false;
     m_addFilesAction->setEnabled(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::AddFiles));
+    m_addFolderAction->setEnabled(m_addFilesAction->isEnabled());
     m_removeFilesAction->setEnabled(
         m_delegate->validateMenuItem(KVAppDelegate::MenuAction::RemoveFiles));
-    m_quitAction->setEnabled(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::Terminate));
+    // Quit stays on while busy, so that Ctrl+Q is answered with the reason rather than silence.
+    m_quitAction->setEnabled(true);
     m_delegate->validateMenuItem(KVAppDelegate::MenuAction::VerboseLogging, &checked);
     m_verboseLoggingAction->setChecked(checked);
     m_undoAction->setEnabled(m_delegate->validateUndoItem(false));
@@ -229,13 +234,39 @@ void KVWindow::observeValueForKeyPath(const QString &, KVObservable *) {
 void KVWindow::addFiles() {
     if (!m_delegate->validateMenuItem(KVAppDelegate::MenuAction::AddFiles))
         return;
+    QFileDialog dialog(this, tr("Add Files"));
+    dialog.setFileMode(QFileDialog::ExistingFiles);
+    dialog.setNameFilters(addFilesNameFilters());
+    // The photo patterns are long and unreadable; the filter's name says enough.
+    dialog.setOption(QFileDialog::HideNameFilterDetails);
+    if (dialog.exec() == QDialog::Accepted)
+        openFiles(dialog.selectedFiles());
+}
+
+void KVWindow::addFolder() {
+    if (!m_delegate->validateMenuItem(KVAppDelegate::MenuAction::AddFiles))
+        return;
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("Add Folder"));
+    if (!folder.isEmpty())
+        openFiles({folder});
+}
+
+QStringList KVWindow::addFilesNameFilters() {
+    // Each letter both ways ("*.[jJ][pP][gG]"), so that every dialog, whatever its own rule
+    // for case, shows "IMG_1.JPG" and "img_1.Jpg" alike.
     QStringList patterns;
-    for (const QString &extension : KVCameraSets::supportedFileExtensions())
-        patterns << QStringLiteral("*.") + extension << QStringLiteral("*.") + extension.toUpper();
-    const QStringList paths = QFileDialog::getOpenFileNames(
-        this, tr("Add Files"), QString(), tr("Photos (%1)").arg(patterns.join(QLatin1Char(' '))));
-    if (!paths.isEmpty())
-        openFiles(paths);
+    for (const QString &extension : KVCameraSets::supportedFileExtensions()) {
+        QString pattern = QStringLiteral("*.");
+        for (const QChar letter : extension) {
+            if (letter.isLetter())
+                pattern +=
+                    QLatin1Char('[') + letter.toLower() + letter.toUpper() + QLatin1Char(']');
+            else
+                pattern += letter;
+        }
+        patterns << pattern;
+    }
+    return {tr("Photos (%1)").arg(patterns.join(QLatin1Char(' '))), tr("All files (*)")};
 }
 
 void KVWindow::removeFiles() {
@@ -274,9 +305,23 @@ void KVWindow::showAboutBox() {
 }
 
 void KVWindow::openManual() {
-    const QString manual = QDir(QCoreApplication::applicationDirPath())
-                               .filePath(QStringLiteral("../Resources/Kalvora.pdf"));
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QDir::cleanPath(manual)));
+    const QString manual =
+        QDir::cleanPath(QDir(QCoreApplication::applicationDirPath())
+                            .filePath(QStringLiteral("../Resources/Kalvora.pdf")));
+    // The desktop's PDF viewer when it has one; otherwise the manual's pages in a window here,
+    // rather than a launcher's complaint on standard error that nobody sees.
+    if (QFileInfo::exists(manual) && !KVHelpWindow::pdfViewer().isEmpty() &&
+        QDesktopServices::openUrl(QUrl::fromLocalFile(manual)))
+        return;
+    if (!m_helpWindow)
+        m_helpWindow = new KVHelpWindow(this);
+    m_helpWindow->show();
+    m_helpWindow->raise();
+    m_helpWindow->activateWindow();
+}
+
+KVHelpWindow *KVWindow::helpWindow() const {
+    return m_helpWindow;
 }
 
 void KVWindow::contactSupportByEMail() {
@@ -309,9 +354,11 @@ void KVWindow::showManualDatePopover() {
 // The window's life.
 
 void KVWindow::closeEvent(QCloseEvent *event) {
-    // A run or an import is never cut off: the window stays while the program is busy.
+    // A run or an import is never cut off: the window stays while the program is busy, and
+    // says so.
     if (!m_closeButtonEnabled || !m_delegate->windowShouldClose()) {
         event->ignore();
+        m_delegate->refuseToEndWhileBusy();
         return;
     }
     event->accept();
@@ -404,7 +451,7 @@ void KVWindow::displayString(const QString &text) {
 }
 
 void KVWindow::displayImageFile(const KVImageFileRef &file) {
-    m_display->drawImageFile(file);
+    m_display->drawImageFile(file, m_delegate->distinctCameraName(file));
 }
 
 void KVWindow::displaySyncProcess() {
@@ -416,7 +463,9 @@ void KVWindow::showFileReport(FileReportType type, const QList<QVariantMap> &rec
     if (type == NotChangedFiles)
         panel->setDialogType(1);
     panel->setDetailsInfoFromArray(records);
-    panel->runModal();
+    // A sheet over this window: it names what went wrong where the photos are, and the rest
+    // of the desktop stays usable.
+    KVAddFilesAlertPanel::beginSheetModalForWindow(std::move(panel), this, {});
 }
 
 void KVWindow::closeManualDatePopover() {
@@ -429,7 +478,11 @@ void KVWindow::showPhotosInBrowser(const std::vector<std::pair<int, int>> &camer
 }
 
 int KVWindow::runAlert(const QString &title, const QString &text, const QStringList &buttons) {
-    QMessageBox box(QMessageBox::Warning, title, text, QMessageBox::NoButton, this);
+    // The headline is the alert's text and the advice its informative text: a window manager
+    // cuts a long title bar short, and the title bar only names the program.
+    QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(), title,
+                    QMessageBox::NoButton, this);
+    box.setInformativeText(text);
     box.setWindowModality(Qt::ApplicationModal);
     QList<QAbstractButton *> made;
     for (const QString &button : buttons)

@@ -16,6 +16,7 @@ class KVButtonCell;
 class KVCameraBrowser;
 class KVCameraBrowserAdapter;
 class KVDisplayView;
+class KVHelpWindow;
 class KVLockView;
 class KVManualDateTimeView;
 class KVRoundButtonCell;
@@ -49,9 +50,14 @@ public:
     KVLockView *lockView() const { return m_lockView; }
     KVManualDateTimeView *manualDateTimeView();
     KVToolBar *toolBar() const { return m_toolBar; }
+    KVHelpWindow *helpWindow() const;
     QAction *undoAction() const { return m_undoAction; }
     QAction *redoAction() const { return m_redoAction; }
     QAction *addFilesAction() const { return m_addFilesAction; }
+    QAction *addFolderAction() const { return m_addFolderAction; }
+    // The Add Files dialog's filters: the photos of every readable type, in any case, and all
+    // files.
+    static QStringList addFilesNameFilters();
     QAction *removeFilesAction() const { return m_removeFilesAction; }
     QAction *quitAction() const { return m_quitAction; }
     QAction *verboseLoggingAction() const { return m_verboseLoggingAction; }
@@ -82,6 +88,7 @@ public:
 
 public slots:
     void addFiles();
+    void addFolder();
     void removeFiles();
     void terminate();
     void undo();
@@ -119,7 +126,9 @@ private:
     KVLockView *m_lockView = nullptr;
     KVManualDateTimeView *m_manualDateTimeView = nullptr;
     QPointer<KVAboutBox> m_aboutBox;
+    QPointer<KVHelpWindow> m_helpWindow;
     QAction *m_addFilesAction = nullptr;
+    QAction *m_addFolderAction = nullptr;
     QAction *m_removeFilesAction = nullptr;
     QAction *m_quitAction = nullptr;
     QAction *m_undoAction = nullptr;
