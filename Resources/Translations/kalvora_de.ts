@@ -241,10 +241,6 @@ oder stellen Sie die „Basis“-Zeit von Hand ein</translation>
         <translation>Wiederholen wird vorbereitet …</translation>
     </message>
     <message>
-        <source>Preparing to cancel…</source>
-        <translation>Abbruch wird vorbereitet …</translation>
-    </message>
-    <message>
         <source>Syncing time and date
 on selected cameras %ld of %ld</source>
         <translation>Uhrzeit und Datum der gewählten
@@ -259,8 +255,12 @@ Kameras werden abgeglichen: %ld von %ld</translation>
         <translation>Wiederholen … %ld von %ld</translation>
     </message>
     <message>
-        <source>Cancelling… %ld of %ld</source>
-        <translation>Abbrechen … %ld von %ld</translation>
+        <source>Cancelling…</source>
+        <translation>Wird abgebrochen …</translation>
+    </message>
+    <message>
+        <source>Changing back… %ld of %ld</source>
+        <translation>Zurücksetzen … %ld von %ld</translation>
     </message>
 </context>
 <context>

@@ -425,7 +425,9 @@ bool KVAppDelegate::isEnabledSynchronization() const {
 }
 
 bool KVAppDelegate::isManualSetEnable() const {
-    return numberOfCamerasInBrowser() > 0 && !isProcessingPathes();
+    // A base date kept after Remove All can still be changed or switched off.
+    const bool manualModeOn = m_etalon && m_etalon->url().isEmpty();
+    return (numberOfCamerasInBrowser() > 0 || manualModeOn) && !isProcessingPathes();
 }
 
 void KVAppDelegate::chooseWhatToShowOnDisplay() {

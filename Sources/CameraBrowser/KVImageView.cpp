@@ -4,6 +4,7 @@
 #include "KVImageView.h"
 
 #include "KVBundleImage.h"
+#include "KVDateText.h"
 #include "KVDispatch.h"
 #include "KVGeometry.h"
 #include "KVImageViewDelegate.h"
@@ -153,8 +154,9 @@ void KVImageView::condenseFrame() {
 QString KVImageView::toolTipForImage(KVImageDataSource *image) {
     if (!image)
         return QString();
-    const QString date =
-        QLocale().toString(image->creationDate(), QStringLiteral("dd MMM yyyy HH:mm:ss"));
+    const QDateTime when = image->creationDate();
+    const QString date = KVDateText::longDate(when.date()) + QLatin1Char(' ') +
+                         when.time().toString(QStringLiteral("HH:mm:ss"));
     return QStringLiteral("%1\n%2\n%3").arg(image->cameraName(), image->url().path(), date);
 }
 
@@ -217,16 +219,15 @@ void KVImageView::draw(QPainter &painter) const {
             const QRectF b1 = b0.translated(0, band);
             const QRectF b2 = b1.translated(0, band);
             const QDateTime date = m_image->creationDate();
-            const QString full = date.toString(QStringLiteral("dd/MM/yyyy"));
+            const QString full = KVDateText::shortDate(date.date());
             const QSizeF fullSize = KVSizeWithAttributes(full, attributes);
             const QPointF fullOrigin = originToCenterSize(fullSize, b1);
             if (fullOrigin.x() > 0.0) {
                 drawStringAtOrigin(painter, full, fullOrigin, fullSize, height, attributes);
             } else {
-                drawCentered(painter, date.toString(QStringLiteral("dd/MM")), b2, height,
+                drawCentered(painter, KVDateText::shortDayAndMonth(date.date()), b2, height,
                              attributes);
-                drawCentered(painter, date.toString(QStringLiteral("yyyy")), b1, height,
-                             attributes);
+                drawCentered(painter, QString::number(date.date().year()), b1, height, attributes);
             }
             drawCentered(painter, date.toString(QStringLiteral("HH:mm:ss")), b0, height,
                          attributes);

@@ -3,10 +3,10 @@
 
 #include "KVDisplayImageFileDrawer.h"
 
+#include "KVDateText.h"
+
 #include <QFileInfo>
-#include <QLocale>
 #include <QPainter>
-#include <QRegularExpression>
 
 KVDisplayImageFileDrawer::KVDisplayImageFileDrawer(KVDisplayView *view)
     : KVDisplayDrawer(view) {
@@ -35,22 +35,6 @@ const KVTextAttributes &KVDisplayImageFileDrawer::attributes() {
     return attributes;
 }
 
-namespace {
-
-// The locale's long date without the weekday ("30 May 2008", "May 30, 2008"): Qt's long format
-// is the full one, weekday included, and the strip has no room for it.
-const QString &longDateFormat() {
-    static const QString format = [] {
-        static const QRegularExpression weekday(QStringLiteral("^dddd[\\s,]*|[\\s,]*dddd"));
-        QString made = QLocale().dateFormat(QLocale::LongFormat);
-        made.remove(weekday);
-        return made.trimmed();
-    }();
-    return format;
-}
-
-} // namespace
-
 std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() const {
     if (!m_imageFile || !view())
         return {};
@@ -67,7 +51,7 @@ std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() 
     };
 
     std::vector<Label> labels;
-    const QString dateText = QLocale().toString(date.date(), longDateFormat());
+    const QString dateText = KVDateText::longDate(date.date());
     const QSizeF dateSize = KVSizeWithAttributes(dateText, attributes());
     labels.push_back({dateText, QRectF(QPointF(12.0, 5.0), dateSize)});
 

@@ -23,7 +23,8 @@ constexpr const char *prepareTexts[] = {
     QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Preparing to sync…"),
     QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Preparing to undo…"),
     QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Preparing to redo…"),
-    QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Preparing to cancel…"),
+    // A cancel first waits for the photos being written, then changes back the done ones.
+    QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Cancelling…"),
 };
 
 constexpr const char *runningTexts[] = {
@@ -31,7 +32,7 @@ constexpr const char *runningTexts[] = {
                       "Syncing time and date\non selected cameras %ld of %ld"),
     QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Undoing… %ld of %ld"),
     QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Redoing… %ld of %ld"),
-    QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Cancelling… %ld of %ld"),
+    QT_TRANSLATE_NOOP("KVDisplaySynchProgressDrawer", "Changing back… %ld of %ld"),
 };
 
 QString textOfTable(const char *const (&table)[4], KVOperationType type) {
@@ -135,7 +136,7 @@ bool KVDisplaySynchProgressDrawer::isPreparing(qint64 processed, bool cancelled)
 
 QString KVDisplaySynchProgressDrawer::textForState(KVOperationType type, qint64 processed,
                                                    qint64 all, bool cancelled) {
-    if (isPreparing(processed, cancelled))
+    if (isPreparing(processed, cancelled) || (cancelled && processed == 0))
         return prepareStringForOperationType(type);
     return stringForOperationType(type, processed, all);
 }
@@ -225,14 +226,20 @@ void KVDisplaySynchProgressDrawer::draw(KVDisplayGraphicsState &state) {
         flipped(QRectF(contour.x() + 3.0, contour.y(), contour.width() - 6.0, contour.height())));
 
     // Without a queue the display reads as a run that has not started.
-    const qint64 processed = m_queue ? m_queue->processedImagesCount() : 0;
-    const qint64 all = m_queue ? m_queue->allImagesCount() : 0;
+    qint64 processed = m_queue ? m_queue->processedImagesCount() : 0;
+    qint64 all = m_queue ? m_queue->allImagesCount() : 0;
     const bool cancelled = m_queue && m_queue->isOperationsCancelled();
     const KVOperationType type = m_queue ? m_queue->operationType() : KVOperationTypeSync;
+    if (cancelled) {
+        // The queue counts the photos still to change back; the display counts forwards, the
+        // photos changed back out of those to change back.
+        all = m_queue->cancelledImagesCount();
+        processed = std::clamp<qint64>(all - processed, 0, all);
+    }
     if (isPreparing(processed, cancelled))
         drawPreparing(state, type);
     else
-        drawRunning(state, type, processed, all);
+        drawRunning(state, type, processed, all, cancelled);
 }
 
 void KVDisplaySynchProgressDrawer::drawPreparing(KVDisplayGraphicsState &state,
@@ -261,9 +268,9 @@ void KVDisplaySynchProgressDrawer::drawPreparing(KVDisplayGraphicsState &state,
 }
 
 void KVDisplaySynchProgressDrawer::drawRunning(KVDisplayGraphicsState &state, KVOperationType type,
-                                               qint64 processed, qint64 all) {
+                                               qint64 processed, qint64 all, bool cancelled) {
     setTimer(nullptr);
-    drawInCenterOfRect(state.painter, stringForOperationType(type, processed, all),
+    drawInCenterOfRect(state.painter, textForState(type, processed, all, cancelled),
                        flipped(textBounds()), textAttributes());
 
     const QRectF fill = fillBounds();

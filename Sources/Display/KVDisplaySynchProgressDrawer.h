@@ -39,7 +39,8 @@ public:
     static QString stringForOperationType(KVOperationType type, qint64 processed, qint64 all);
     // Preparing until a photo is done or the run is cancelled.
     static bool isPreparing(qint64 processed, bool cancelled);
-    // The text the display shows for that state of a queue.
+    // The text the display shows for that state of a queue; for a cancel, processed counts the
+    // photos changed back, and none yet reads "Cancelling…".
     static QString textForState(KVOperationType type, qint64 processed, qint64 all, bool cancelled);
 
     static const QImage &contourBar();
@@ -69,7 +70,7 @@ private:
     static const QStringList &observedKeyPaths();
     void drawPreparing(KVDisplayGraphicsState &state, KVOperationType type);
     void drawRunning(KVDisplayGraphicsState &state, KVOperationType type, qint64 processed,
-                     qint64 all);
+                     qint64 all, bool cancelled);
 
     KVOperationQueue *m_queue = nullptr;
     QTimer *m_timer = nullptr;

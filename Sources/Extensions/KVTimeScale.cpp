@@ -5,10 +5,17 @@
 
 #include "KVAssert.h"
 #include "KVCalendarExtensions.h"
+#include "KVDateText.h"
 
+#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QLocale>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <map>
+#include <mutex>
 
 KVTimeScale::KVTimeScale(const QDateTime &firstImageDate, double scale)
     : m_scale(scale) {
@@ -40,6 +47,85 @@ KVCalendarUnit KVTimeScale::calendarUnitForScale(double scale) {
     if (scale >= 0.000001)
         return KVCalendarUnitYear;
     return KVCalendarUnitDecade;
+}
+
+KVCalendarUnit KVTimeScale::legibleCalendarUnitForScale(double scale) {
+    static constexpr KVCalendarUnit coarser[] = {
+        KVCalendarUnitSecond,     KVCalendarUnitTenSeconds, KVCalendarUnitMinute,
+        KVCalendarUnitTenMinutes, KVCalendarUnitHour,       KVCalendarUnitDay,
+        KVCalendarUnitMonth,      KVCalendarUnitYear,       KVCalendarUnitDecade};
+    const KVCalendarUnit nominal = calendarUnitForScale(scale);
+    // Text can only be measured with a GUI; without one nothing is drawn either.
+    if (std::isnan(scale) || !qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return nominal;
+    const auto *from = std::find(std::begin(coarser), std::end(coarser), nominal);
+    for (const auto *unit = from; unit != std::end(coarser); ++unit) {
+        if (scale * shortestSpan(*unit) >= widestTickLabel(*unit) + tickLabelGap)
+            return *unit;
+    }
+    return KVCalendarUnitDecade;
+}
+
+double KVTimeScale::shortestSpan(KVCalendarUnit unit) {
+    switch (unit) {
+    case KVCalendarUnitDecade:
+        return 3650.0 * 86400;
+    case KVCalendarUnitYear:
+        return 365.0 * 86400;
+    case KVCalendarUnitMonth:
+        return 28.0 * 86400;
+    case KVCalendarUnitDay:
+        return 23.0 * 3600;
+    case KVCalendarUnitSixHours:
+        return 5.0 * 3600;
+    case KVCalendarUnitHour:
+        return 3600;
+    case KVCalendarUnitTenMinutes:
+        return 600;
+    case KVCalendarUnitMinute:
+        return 60;
+    case KVCalendarUnitTenSeconds:
+        return 10;
+    case KVCalendarUnitSecond:
+        return 1;
+    }
+    return 1;
+}
+
+const KVTextAttributes &KVTimeScale::tickLabelAttributes() {
+    static const KVTextAttributes attributes = [] {
+        KVTextAttributes made;
+        made.font = KVLucidaGrande(11.0);
+        made.color = QColor::fromRgbF(0.392f, 0.435f, 0.509f);
+        made.hasShadow = true;
+        made.shadowColor = QColor::fromRgbF(1, 1, 1, 0.4f);
+        made.shadowOffset = QPointF(0, -1);
+        return made;
+    }();
+    return attributes;
+}
+
+double KVTimeScale::widestTickLabel(KVCalendarUnit unit) {
+    // Measured once per unit over dates that give every month name, one- and two-digit days
+    // and the widest digits a clock shows.
+    static std::map<KVCalendarUnit, double> widest;
+    static std::mutex mutex;
+    std::lock_guard lock(mutex);
+    if (const auto found = widest.find(unit); found != widest.end())
+        return found->second;
+    double width = 0;
+    for (int month = 1; month <= 12; ++month) {
+        for (const QTime time : {QTime(23, 58, 58), QTime(10, 0, 0), QTime(8, 48, 28)}) {
+            for (const int day : {1, 28}) {
+                const QDateTime date(QDate(2000 + month, month, day), time);
+                width = std::max(
+                    width,
+                    KVSizeWithAttributes(stringForDate(date, unit), tickLabelAttributes()).width());
+            }
+        }
+    }
+    widest[unit] = width;
+    return width;
 }
 
 double KVTimeScale::dateOfVisibleRect(double visibleOriginX, double visibleWidth) const {
@@ -88,20 +174,19 @@ QString KVTimeScale::stringForDate(const QDateTime &date, KVCalendarUnit timeUni
 }
 
 QString KVTimeScale::headerStringForDate(const QDateTime &date, KVCalendarUnit viewTimeUnit) {
-    // The camera rows share a formatter of their own, apart from the ticks'.
-    static const QLocale formatter;
+    const QDate local = date.toLocalTime().date();
     switch (viewTimeUnit) {
     case KVCalendarUnitMonth:
-        return formatter.toString(date.toLocalTime(), u"yyyy");
+        return QString::number(local.year());
     case KVCalendarUnitDay:
-        return formatter.toString(date.toLocalTime(), u"MMMM, yyyy");
+        return KVDateText::monthAndYear(local);
     case KVCalendarUnitHour:
     case KVCalendarUnitMinute:
     case KVCalendarUnitSecond:
     case KVCalendarUnitSixHours:
     case KVCalendarUnitTenMinutes:
     case KVCalendarUnitTenSeconds:
-        return formatter.toString(date.toLocalTime(), u"MMMM d, yyyy");
+        return KVDateText::longDate(local);
     case KVCalendarUnitYear:
     case KVCalendarUnitDecade:
         break;

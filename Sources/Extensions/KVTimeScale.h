@@ -4,6 +4,7 @@
 #pragma once
 
 #include "KVCalendarUnit.h"
+#include "KVStringDrawing.h"
 
 #include <QDateTime>
 #include <QString>
@@ -27,7 +28,18 @@ public:
     // The unit the axis is divided in at a scale; SixHours is never chosen (hours go straight to
     // days) and a scale that is not a number gets seconds.
     static KVCalendarUnit calendarUnitForScale(double scale);
-    KVCalendarUnit currentCalendarUnit() const { return calendarUnitForScale(m_scale); }
+    // The unit the axis is divided in: that of the scale, or a coarser one when the widest tick
+    // label of the unit, in the tick font as it is on this machine, would not fit its shortest
+    // cell with a gap to spare. Labels never touch, whatever font stands in.
+    static KVCalendarUnit legibleCalendarUnitForScale(double scale);
+    KVCalendarUnit currentCalendarUnit() const { return legibleCalendarUnitForScale(m_scale); }
+    // The shortest span of a unit in seconds (a month of 28 days, a day of 23 hours).
+    static double shortestSpan(KVCalendarUnit unit);
+    // The tick labels' look, shared with the drawing, and the widest label of a unit in it.
+    static const KVTextAttributes &tickLabelAttributes();
+    static double widestTickLabel(KVCalendarUnit unit);
+    // The least free space between two tick labels.
+    static constexpr double tickLabelGap = 6.0;
 
     // Inverses of each other at the same viewScale; a viewScale other than the current one is how
     // zooming about an anchor finds where an instant goes.

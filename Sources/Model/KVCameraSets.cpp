@@ -429,7 +429,8 @@ QStringList KVCameraSets::keyPathsForValuesAffectingValueForKey(const QString &k
     else if (key == QLatin1String("fullScreenTitle"))
         keys << QStringLiteral("window.styleMask");
     else if (key == QLatin1String("isManualSetEnable"))
-        keys << QStringLiteral("imageFiles") << QStringLiteral("isProcessingPathes");
+        keys << QStringLiteral("imageFiles") << QStringLiteral("isProcessingPathes")
+             << QStringLiteral("etalon");
     return keys;
 }
 

@@ -24,13 +24,17 @@ void KVLog(const QString &message) {
     std::fprintf(stderr, "%s\n", line.constData());
 }
 
-void KVLogVerbose(const QString &message) {
-    // The saved default decides from the first message on; QT_LOGGING_RULES may add to it.
+bool KVVerboseLoggingEnabled() {
+    // The saved default decides from the first question on; QT_LOGGING_RULES may add to it.
     static std::once_flag loaded;
     std::call_once(loaded, [] {
         if (KVUserDefaults::standardUserDefaults().verboseConsole())
             KVSetVerboseLogging(true);
     });
-    if (KVVerboseLogging().isDebugEnabled())
+    return KVVerboseLogging().isDebugEnabled();
+}
+
+void KVLogVerbose(const QString &message) {
+    if (KVVerboseLoggingEnabled())
         KVLog(message);
 }

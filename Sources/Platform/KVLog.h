@@ -11,6 +11,8 @@
 Q_DECLARE_LOGGING_CATEGORY(KVVerboseLogging)
 // Follows the Verbose Logging default; KVUserDefaults calls it whenever that changes.
 void KVSetVerboseLogging(bool on);
+// Whether the step-by-step log is on (the saved default is read on first use).
+bool KVVerboseLoggingEnabled();
 
 // Writes "[Kalvora] <message>" to the system log and to standard error, always: warnings and
 // errors.

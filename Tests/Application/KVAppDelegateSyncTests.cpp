@@ -176,8 +176,11 @@ TEST_F(KVAppDelegateSyncTest,
     m_delegate->removeFiles();
     EXPECT_EQ(m_delegate->etalon(), base);
     EXPECT_FALSE(m_delegate->undoManager().canUndo());
+    // The clock button stays on, so that the base date can be switched off again.
+    EXPECT_TRUE(m_delegate->isManualSetEnable());
     manual.setIsEtalonDateSet(false);
     EXPECT_FALSE(m_delegate->etalon());
+    EXPECT_FALSE(m_delegate->isManualSetEnable());
 }
 
 TEST_F(KVAppDelegateSyncTest, ChoosingAPhotoAsReferenceSwitchesTheManualModeOff) {

@@ -72,7 +72,7 @@ TEST_F(KVAppDelegateVolumeTest,
     m_delegate->synchronizeTimeOrCancel();
     ASSERT_EQ(m_ui.alerts().size(), 1);
     EXPECT_EQ(m_ui.alerts()[0].title, "Cannot change time and date");
-    EXPECT_TRUE(m_ui.alerts()[0].text.startsWith("Some of the photos may be locked"));
+    EXPECT_TRUE(m_ui.alerts()[0].text.startsWith("Some of the photos may be read-only"));
     EXPECT_FALSE(m_delegate->syncQueue().isSynchronizationInProcess());
 }
 

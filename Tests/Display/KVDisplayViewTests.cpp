@@ -90,9 +90,10 @@ TEST_F(KVDisplayViewTest, GeometryTextsAndFillPerOperationType) {
                   QStringLiteral("Syncing time and date\non selected cameras 5 of 10"), 0.5},
                  {KVOperationTypeUndo, 1, 4, QStringLiteral("Undoing… 1 of 4"), 0.25},
                  {KVOperationTypeRedo, 4, 4, QStringLiteral("Redoing… 4 of 4"), 1.0},
-                 {KVOperationTypeCancel, 3, 10, QStringLiteral("Cancelling… 3 of 10"), 0.3}};
+                 {KVOperationTypeCancel, 3, 10, QStringLiteral("Changing back… 3 of 10"), 0.3}};
     for (const auto &c : cases) {
-        EXPECT_EQ(Drawer::textForState(c.type, c.processed, c.all, false), c.text);
+        EXPECT_EQ(Drawer::textForState(c.type, c.processed, c.all, c.type == KVOperationTypeCancel),
+                  c.text);
         EXPECT_DOUBLE_EQ(Drawer::fillWidth(c.processed, c.all, 560), c.share * 560);
     }
     EXPECT_EQ(Drawer::textForState(KVOperationTypeRedo, 0, 4, false),
@@ -129,16 +130,20 @@ TEST_F(KVDisplayViewTest, AnimatesOnlyWhilePreparing) {
     EXPECT_EQ(m_drawer->timer(), nullptr);
     EXPECT_TRUE(timer.isNull());
 
-    // Cancelled before any photo: the count, not the animation, and the least fill.
+    // Cancelled: the queue counts down the photos left to change back. With all ten left
+    // the display says "Cancelling…" with the least fill and no animation; it counts forwards.
     queue = makeQueue({6, 4});
     queue->setAllImagesCountOnStartOfCancel(queue->allImagesCount());
     queue->setIsOperationsCancelled(true);
     queue->setOperationType(KVOperationTypeCancel);
+    queue->setProcessedImagesCount(10);
     m_view.startDrawSynchProgress(queue);
     const QImage least = m_view.grab().toImage();
     EXPECT_EQ(m_drawer->timer(), nullptr);
     EXPECT_EQ(Drawer::textForState(KVOperationTypeCancel, 0, queue->allImagesCount(), true),
-              QStringLiteral("Cancelling… 0 of 10"));
+              QStringLiteral("Cancelling…"));
+    queue->setProcessedImagesCount(7);
+    EXPECT_NE(m_view.grab().toImage(), least) << "three changed back look like none";
     // Halfway, the fill covers the bar's left half only.
     queue->setProcessedImagesCount(5);
     const QImage half = m_view.grab().toImage();

@@ -124,12 +124,33 @@ TEST(KVTimeScale, ThresholdScaleTakesTheFinerUnit) {
         SCOPED_TRACE(c.scale);
         EXPECT_EQ(KVTimeScale::calendarUnitForScale(c.scale), c.atThreshold);
         EXPECT_EQ(KVTimeScale::calendarUnitForScale(std::nextafter(c.scale, -1.0)), c.justBelow);
-        EXPECT_EQ(KVTimeScale(QDateTime(), c.scale).currentCalendarUnit(), c.atThreshold);
     }
     EXPECT_EQ(KVTimeScale::calendarUnitForScale(std::nan("")), KVCalendarUnitSecond);
 }
 
 // A photo one pixel wide must be hit by a click anywhere on that pixel, also 10^11 px out.
+// Whatever font stands in for the tick font, the unit in use leaves every label its room:
+// the cells of neighbouring ticks, at their narrowest, hold the widest label and a gap.
+TEST(KVTimeScale, TickLabelsNeverTouchAtAnyScale) {
+    for (double scale = 2000; scale > 1e-8; scale /= 1.07) {
+        const KVCalendarUnit unit = KVTimeScale::legibleCalendarUnitForScale(scale);
+        SCOPED_TRACE(testing::Message() << scale << " px/s, unit " << unit);
+        if (unit != KVCalendarUnitDecade) {
+            EXPECT_GE(scale * KVTimeScale::shortestSpan(unit),
+                      KVTimeScale::widestTickLabel(unit) + KVTimeScale::tickLabelGap);
+        }
+        // Never coarser than needed: the unit of the scale itself wherever its labels fit.
+        const KVCalendarUnit nominal = KVTimeScale::calendarUnitForScale(scale);
+        if (scale * KVTimeScale::shortestSpan(nominal) >=
+            KVTimeScale::widestTickLabel(nominal) + KVTimeScale::tickLabelGap) {
+            EXPECT_EQ(unit, nominal);
+        }
+        EXPECT_EQ(KVTimeScale(QDateTime(), scale).currentCalendarUnit(), unit);
+    }
+    // The seconds' labels are wider than 50 px less a gap in any sans-serif font at this size.
+    EXPECT_GT(KVTimeScale::widestTickLabel(KVCalendarUnitSecond), 30.0);
+}
+
 TEST(KVTimeScale, XAndInstantMapBothWays) {
     const auto seconds = &KVTimeScale::timeIntervalSince1970;
     const QDateTime first = local(2014, 1, 1);
@@ -162,12 +183,12 @@ TEST(KVTimeScale, TickLabelAndRowHeaderInLocalTime) {
     } cases[] = {{KVCalendarUnitDecade, date, "2012", ""},
                  {KVCalendarUnitYear, date, "2012", ""},
                  {KVCalendarUnitMonth, date, "Mar", "2012"},
-                 {KVCalendarUnitDay, date, "7", "March, 2012"},
+                 {KVCalendarUnitDay, date, "7", "March 2012"},
                  {KVCalendarUnitHour, date, "14h", "March 7, 2012"},
                  {KVCalendarUnitMinute, date, "14h 05m", "March 7, 2012"},
                  {KVCalendarUnitSecond, date, "14:05:09", "March 7, 2012"},
                  {KVCalendarUnitHour, utc(2024, 10, 27, 1), "02h", "October 27, 2024"},
-                 {KVCalendarUnitDay, newYear, "1", "January, 2025"}};
+                 {KVCalendarUnitDay, newYear, "1", "January 2025"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.unit << " " << c.tick);
         EXPECT_EQ(KVTimeScale::stringForDate(c.date, c.unit).toStdString(), c.tick);

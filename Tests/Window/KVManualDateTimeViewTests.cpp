@@ -44,7 +44,8 @@ TEST(KVManualDateTimeView, ShowBelowAsksTheDelegateFirstAndStaysOnScreen) {
     KVManualDateTimeView view(controller);
     QWidget window;
     auto *button = new QWidget(&window);
-    button->setGeometry(100, 20, 40, 30);
+    window.resize(700, 100);
+    button->setGeometry(500, 20, 40, 30);
     window.show();
     bool wasVisibleWhenAsked = true;
     view.setWillShowHandler([&] {
@@ -56,11 +57,20 @@ TEST(KVManualDateTimeView, ShowBelowAsksTheDelegateFirstAndStaysOnScreen) {
     EXPECT_EQ(view.dateControl()->date(), QDate(2015, 6, 7));
     EXPECT_EQ(view.pos().y(), button->mapToGlobal(QPoint(0, button->height())).y());
 
-    // Centred below, pushed in from either edge, above when there is no room below.
-    const std::pair<QRect, QPoint> cases[] = {{QRect(300, 50, 40, 30), QPoint(220, 80)},
+    // The arrow's tip is at the button's middle, on the popup's edge next to the button.
+    EXPECT_TRUE(view.arrowPointsUp());
+    EXPECT_EQ(view.mapToGlobal(view.arrowTip()).x(),
+              button->mapToGlobal(button->rect().center()).x());
+    EXPECT_EQ(view.arrowTip().y(), 0);
+    // Clear of whatever lies right of the button (the display and its date).
+    EXPECT_LE(view.geometry().right(), button->mapToGlobal(QPoint(button->width(), 0)).x() + 14);
+
+    // Below, reaching out to the left, pushed in from either edge, above when there is no room
+    // below.
+    const std::pair<QRect, QPoint> cases[] = {{QRect(300, 50, 40, 30), QPoint(154, 80)},
                                               {QRect(760, 50, 40, 30), QPoint(600, 80)},
                                               {QRect(0, 50, 40, 30), QPoint(0, 80)},
-                                              {QRect(300, 550, 40, 30), QPoint(220, 450)}};
+                                              {QRect(300, 550, 40, 30), QPoint(154, 450)}};
     for (const auto &[anchor, expected] : cases) {
         SCOPED_TRACE(anchor.x() * 1000 + anchor.y());
         EXPECT_EQ(

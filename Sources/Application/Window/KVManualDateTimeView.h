@@ -5,6 +5,8 @@
 
 #include "KVObservable.h"
 
+#include <QMargins>
+#include <QPainterPath>
 #include <QWidget>
 
 #include <functional>
@@ -38,15 +40,28 @@ public:
     // Runs just before the popup shows, so that the delegate can put the pickers on the
     // reference's date first.
     void setWillShowHandler(std::function<void()> handler) { m_willShow = std::move(handler); }
-    // Opens under the button, centred on it, kept inside the button's screen.
+    // Opens under the button with its arrow pointing at it, kept inside the button's screen.
     void showBelow(QWidget *button);
-    // Where a popup of that size goes for a button at that global rectangle.
+    // Where a popup of that size goes for a button at that global rectangle: it hangs from the
+    // button's lower edge and reaches out to the left, away from the display on the button's
+    // right, whose date it would otherwise cover; above the button when there is no room below.
     static QPoint popupPosition(const QRect &buttonRect, const QSize &popupSize,
                                 const QRect &screenRect);
+    // The arrow's tip, in the popup's coordinates, and whether it points up.
+    QPoint arrowTip() const { return m_arrowTip; }
+    bool arrowPointsUp() const { return m_arrowUp; }
+    static constexpr int arrowHeight = 10;
 
     void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;
 
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    QPainterPath outline() const;
+    void placeArrow(bool up);
+
     void updateControls();
     void dateControlDidChange(const QDate &date);
     void timeControlDidChange(const QTime &time);
@@ -54,4 +69,7 @@ private:
     KVManualDateTimeViewController &m_controller;
     std::unique_ptr<Ui::KVManualDateTimeView> m_ui;
     std::function<void()> m_willShow;
+    QPoint m_arrowTip;
+    bool m_arrowUp = true;
+    QMargins m_baseMargins;
 };
