@@ -56,6 +56,8 @@ row "sync: peak memory (MB)" "$(sync_value 'peak memory (VmHWM)')" "< 150"
 for zoom in "smallest zoom" "slider 1%" "middle zoom" "largest zoom"; do
     row "timeline: frame at $zoom, median (ms)" "$(value timeline "frame at $zoom, median")" "<= 8"
     row "timeline: frame at $zoom, worst (ms)" "$(value timeline "frame at $zoom, worst")" ""
+    row "timeline: frame at $zoom, afresh (ms)" \
+        "$(value timeline "frame at $zoom, median, painted afresh")" ""
 done
 row "timeline: show the browser (ms)" "$(value timeline 'show browser')" ""
 row "timeline: one zoom step, median (ms)" "$(value timeline 'zoom step, median')" ""

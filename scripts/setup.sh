@@ -7,13 +7,14 @@ set -euo pipefail
 
 KALVORA_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # A bare machine has no fonts for Qt to draw with, no opener for the manual and none of Qt's own
-# translations; the Wayland plugin lets the window open natively on a Wayland desktop.
+# translations; the Wayland plugin lets the window open natively on a Wayland desktop; openbox
+# frames the windows that the screenshot tests take pictures of under Xvfb.
 KALVORA_PACKAGES=(build-essential cmake ninja-build pkg-config git
     qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libqt6svg6-dev
     qt6-image-formats-plugins qt6-qpa-plugins qt6-wayland qt6-translations-l10n
     fonts-dejavu-core xdg-utils
     libexiv2-dev libraw-dev libimage-exiftool-perl shared-mime-info
-    libgtest-dev googletest xvfb xauth)
+    libgtest-dev googletest xvfb xauth openbox)
 
 kalvora_install_packages() {
     local missing=()

@@ -177,20 +177,17 @@ bool KVAppDelegate::validateUndoItem(bool redo) const {
     return redo ? m_undoManager->canRedo() : m_undoManager->canUndo();
 }
 
+// Looked up on every call, in the language installed now, never kept from an earlier one.
 QString KVAppDelegate::fullScreenTitle(bool isFullScreen) const {
-    static const QString inFullScreenTitle = tr("Enter Full Screen");
-    static const QString outFullScreenTitle = tr("Exit Full Screen");
-    return isFullScreen ? outFullScreenTitle : inFullScreenTitle;
+    return isFullScreen ? tr("Exit Full Screen") : tr("Enter Full Screen");
 }
 
 QString KVAppDelegate::mainSyncButtonTitle() {
-    static const QString title = tr("Sync Time");
-    return title;
+    return tr("Sync Time");
 }
 
 QString KVAppDelegate::alternateSyncButtonTitle() {
-    static const QString title = tr("Cancel Syncing");
-    return title;
+    return tr("Cancel Syncing");
 }
 
 void KVAppDelegate::setEtalon(const KVImageFileRef &etalon) {

@@ -29,9 +29,9 @@ KVCameraViewDocumentView::KVCameraViewDocumentView(QWidget *parent)
     connect(m_items.get(), &KVTimelineItems::needsDisplay, this,
             [this](const QRectF &documentRect) {
                 if (documentRect.isNull())
-                    update();
+                    setNeedsDisplay();
                 else
-                    update(widgetRectFromDocument(documentRect).toAlignedRect());
+                    setNeedsDisplay(widgetRectFromDocument(documentRect).toAlignedRect());
             });
 }
 
@@ -55,18 +55,18 @@ QSize KVCameraViewDocumentView::sizeHint() const {
 void KVCameraViewDocumentView::insertImageWithProvider(const KVImageDataSourceRef &image,
                                                        std::size_t) {
     if (m_items->insert(image))
-        update();
+        setNeedsDisplay();
 }
 
 void KVCameraViewDocumentView::removeImageAtIndex(int index) {
     m_items->remove(index);
-    update();
+    setNeedsDisplay();
 }
 
 void KVCameraViewDocumentView::removeAllImages(bool redraw) {
     m_items->removeAll();
     if (redraw)
-        update();
+        setNeedsDisplay();
 }
 
 int KVCameraViewDocumentView::imageCount() const {
@@ -187,14 +187,14 @@ void KVCameraViewDocumentView::setVisibleOriginX(double x) {
     if (visibleOriginX() == before)
         return;
     m_items->invalidate();
-    update();
+    setNeedsDisplay();
     emit documentGeometryChanged();
     didChangeValueForKey(QStringLiteral("visibleOrigin"));
 }
 
 void KVCameraViewDocumentView::layoutChanged(bool scaleChanged) {
     m_items->invalidate();
-    update();
+    setNeedsDisplay();
     emit documentGeometryChanged();
     didChangeValueForKey(scaleChanged ? QStringLiteral("scale") : QStringLiteral("visibleOrigin"));
 }
@@ -419,10 +419,48 @@ void KVCameraViewDocumentView::handleClick(const QPointF &widgetPoint, int click
 
 // Drawing
 
+void KVCameraViewDocumentView::setNeedsDisplay(const QRect &rect) {
+    const QRect stale = rect.isNull() ? this->rect() : rect.intersected(this->rect());
+    m_staleInCache += stale;
+    update(stale);
+}
+
+void KVCameraViewDocumentView::setPaintCacheEnabled(bool enabled) {
+    m_paintCacheEnabled = enabled;
+    m_paintCache = QImage();
+    update();
+}
+
 void KVCameraViewDocumentView::paintEvent(QPaintEvent *event) {
     updateItems();
-    const QRect dirty = event->rect();
     QPainter painter(this);
+    if (!m_paintCacheEnabled) {
+        drawContent(painter, event->rect());
+        return;
+    }
+    const double ratio = devicePixelRatioF();
+    const QSize pixels = (QSizeF(size()) * ratio).toSize();
+    if (m_paintCache.size() != pixels || m_paintCache.devicePixelRatioF() != ratio) {
+        m_paintCache = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        m_paintCache.setDevicePixelRatio(ratio);
+        m_staleInCache = rect();
+    }
+    if (!m_staleInCache.isEmpty()) {
+        QPainter cache(&m_paintCache);
+        for (const QRect &stale : m_staleInCache) {
+            cache.save();
+            cache.setClipRect(stale);
+            drawContent(cache, stale);
+            cache.restore();
+        }
+        m_staleInCache = QRegion();
+    }
+    const QRect shown = event->rect();
+    painter.drawImage(shown, m_paintCache,
+                      QRectF(QPointF(shown.topLeft()) * ratio, QSizeF(shown.size()) * ratio));
+}
+
+void KVCameraViewDocumentView::drawContent(QPainter &painter, const QRect &dirty) {
     KVTimelineScaleDrawer::draw(painter, m_layout, dirty, size());
     // In insertion order, so that a later thumbnail lies above an earlier one.
     for (int index : m_items->live()) {
@@ -434,7 +472,7 @@ void KVCameraViewDocumentView::paintEvent(QPaintEvent *event) {
         if (!shows.intersects(QRectF(dirty)))
             continue;
         painter.save();
-        painter.setClipRect(shows);
+        painter.setClipRect(shows, Qt::IntersectClip);
         painter.translate(place.topLeft());
         item.draw(painter);
         painter.restore();

@@ -14,6 +14,8 @@
 #include <QDateTime>
 #include <QPointF>
 #include <QRectF>
+#include <QImage>
+#include <QRegion>
 #include <QWidget>
 
 #include <cstddef>
@@ -115,6 +117,12 @@ public:
 
     QSize sizeHint() const override;
 
+    // The row keeps its last picture and paints again only what changed, so that a repaint of
+    // an unchanged row (the list scrolled, a window over it) costs one copy instead of a
+    // thousand thumbnails. Off, every paint draws everything afresh: same pixels, for tests.
+    void setPaintCacheEnabled(bool enabled);
+    bool isPaintCacheEnabled() const { return m_paintCacheEnabled; }
+
 signals:
     // The document's width or the visible origin changed: the scroll bar follows.
     void documentGeometryChanged();
@@ -134,6 +142,10 @@ private:
     void layoutChanged(bool scaleChanged);
     void updateItems() const;
     QRectF widgetRectFromDocument(const QRectF &documentRect) const;
+    // Every change of what the row shows comes through here: the kept picture of that part is
+    // stale from now on, and the widget is asked to paint.
+    void setNeedsDisplay(const QRect &rect = QRect());
+    void drawContent(QPainter &painter, const QRect &dirty);
 
     KVTimelineLayout m_layout;
     // Made after and gone before the layout it keeps the photos' frames in.
@@ -143,4 +155,7 @@ private:
     KVClickCounter m_clickCounter;
     // The size the layout knows; a resize is measured against it.
     QSize m_contentSize;
+    bool m_paintCacheEnabled = true;
+    QImage m_paintCache;
+    QRegion m_staleInCache;
 };
