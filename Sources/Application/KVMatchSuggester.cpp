@@ -11,10 +11,6 @@
 
 namespace {
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVMatchSuggester", text);
-}
-
 QString signedSeconds(double seconds) {
     return QStringLiteral("%1%2")
         .arg(seconds < 0 ? QStringLiteral("−") : QStringLiteral("+"))

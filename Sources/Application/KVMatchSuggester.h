@@ -5,6 +5,8 @@
 
 #include "KVSuggestedMatches.h"
 
+#include <QCoreApplication>
+
 #include <utility>
 #include <vector>
 
@@ -12,6 +14,7 @@
 // photos in the window, marks them as the user's clicks would, and says, per camera, what the
 // row header tells about it.
 class KVMatchSuggester {
+    Q_DECLARE_TR_FUNCTIONS(KVMatchSuggester)
 public:
     // Marks the suggested reference photo and, on each sure camera, its photo of that moment;
     // every other mark goes, since it was made against another reference. Without a reference

@@ -38,16 +38,12 @@ QString toolPath;
 // tool keeps the type of the photo it reads.
 const char kResultName[] = "new";
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVPhotoWriter", text);
-}
-
 QString errorText(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
 QString replacedText() {
-    return tr("The file was replaced during syncing.");
+    return KVPhotoWriter::tr("The file was replaced during syncing.");
 }
 
 // A descriptor closed when it goes out of scope.
@@ -236,7 +232,7 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
         arguments.insert(arguments.begin(), {QFile::encodeName(deathSignal).toStdString(),
                                              "--pdeathsig", "KILL", "--"});
     if (!started->start(arguments, true)) {
-        *error = tr("The tool %1 could not be started.").arg(toolPath);
+        *error = KVPhotoWriter::tr("The tool %1 could not be started.").arg(toolPath);
         return nullptr;
     }
     KVLogVerbose(QStringLiteral("Started %1")
@@ -557,8 +553,8 @@ std::optional<QString> KVCheckRoomToWrite(const QStringList &photoPaths, int wor
             continue;
         const qint64 available = qint64(space.f_bavail) * qint64(space.f_frsize);
         if (available < needed)
-            return tr("There is not enough free space in %1: %2 are needed to change the photos "
-                      "safely, %3 are free.")
+            return KVPhotoWriter::tr("There is not enough free space in %1: %2 are needed to "
+                                     "change the photos safely, %3 are free.")
                 .arg(device.folder, QLocale().formattedDataSize(needed),
                      QLocale().formattedDataSize(available));
     }

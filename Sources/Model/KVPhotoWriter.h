@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QCoreApplication>
 #include <QString>
 #include <QStringList>
 
@@ -72,6 +73,7 @@ QString KVToolPath();
 // identities only once it holds the locks, or every photo the first one changed is reported
 // as "The file was replaced during syncing.".
 class KVPhotoWriter {
+    Q_DECLARE_TR_FUNCTIONS(KVPhotoWriter)
 public:
     using WillChange = std::function<bool(const QString &oldDateText, const QString &newDateText)>;
 

@@ -141,11 +141,12 @@ int KVRunSyncCommand(const QStringList &arguments) {
                 {QStringLiteral("match"),
                  camera->matchPhoto ? QJsonValue(camera->matchPhoto->path()) : QJsonValue()}});
         }
-        text += intervals.empty()
-                    ? KVCommandLine::tr("no camera is sure enough to sync by its suggested offset\n")
-                    : KVCommandLine::tr("%1 of %2 cameras sure enough to sync by the offsets above\n")
-                          .arg(intervals.size())
-                          .arg(suggestion.cameras.size());
+        text +=
+            intervals.empty()
+                ? KVCommandLine::tr("no camera is sure enough to sync by its suggested offset\n")
+                : KVCommandLine::tr("%1 of %2 cameras sure enough to sync by the offsets above\n")
+                      .arg(intervals.size())
+                      .arg(suggestion.cameras.size());
         if (intervals.empty() && !options->json) {
             KVCommandLine::print(stdout, text);
             return 0;
@@ -161,7 +162,8 @@ int KVRunSyncCommand(const QStringList &arguments) {
             KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
             if (!reference)
                 return fail(
-                    KVCommandLine::tr("%1 is not among the photos read").arg(options->reference), 2);
+                    KVCommandLine::tr("%1 is not among the photos read").arg(options->reference),
+                    2);
             reference->setImageState(KVImageStateEtalon);
         }
         QList<int> matchedCameras;
