@@ -14,10 +14,6 @@
 
 namespace {
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVRunRecovery", text);
-}
-
 // The capture date the photo has now, as EXIF text; empty when it cannot be read.
 QString currentDateText(const QString &path) {
     const std::optional<KVDateTags> tags = KVDateTags::read(path);
@@ -50,7 +46,8 @@ QString KVRunRecovery::describe(const std::vector<KVRunRecord> &runs) {
     for (const KVRunRecord &run : runs) {
         const qsizetype touched = std::count_if(run.entries.begin(), run.entries.end(),
                                                 [](const auto &entry) { return entry.touched; });
-        text += tr("%1 of %2 photos, started %3: %4 photos may have changed\n")
+        text += QCoreApplication::translate(
+                    "KVRunRecovery", "%1 of %2 photos, started %3: %4 photos may have changed\n")
                     .arg(KVRunRecord::kindName(run.kind))
                     .arg(run.entries.size())
                     .arg(run.started.toLocalTime().toString(Qt::ISODate))
@@ -105,7 +102,9 @@ KVRunRecovery::Result KVRunRecovery::settle(const KVRunRecord &run, Mode mode,
                 kept.identity = KVPhotoWriter::identityOf(path).value_or(KVPhotoIdentity{path});
                 journal->didChange(line, kept);
             } else
-                journal->didNotChange(line, tr("Not changed before the run was cut off."));
+                journal->didNotChange(
+                    line, QCoreApplication::translate("KVRunRecovery",
+                                                      "Not changed before the run was cut off."));
             continue;
         } else if (now == (finishing ? entry.oldDateText : entry.newDateText)) {
             seconds = finishing ? entry.seconds : -entry.seconds;
@@ -113,9 +112,12 @@ KVRunRecovery::Result KVRunRecovery::settle(const KVRunRecord &run, Mode mode,
         } else {
             photo.result = Photo::Result::Failed;
             photo.reason = now.isEmpty()
-                               ? tr("The photo's date cannot be read.")
-                               : tr("The photo's date (%1) is neither the one before the run (%2) "
-                                    "nor the one after it (%3).")
+                               ? QCoreApplication::translate("KVRunRecovery",
+                                                             "The photo's date cannot be read.")
+                               : QCoreApplication::translate(
+                                     "KVRunRecovery",
+                                     "The photo's date (%1) is neither the one before the run (%2) "
+                                     "nor the one after it (%3).")
                                      .arg(now, entry.oldDateText, entry.newDateText);
             result.photos.push_back(photo);
             continue;
@@ -125,12 +127,15 @@ KVRunRecovery::Result KVRunRecovery::settle(const KVRunRecord &run, Mode mode,
         if (identity)
             outcome = writer.shiftDates(*identity, seconds, proceed, expected);
         else
-            outcome.reason = tr("The file is missing or is not a plain file.");
+            outcome.reason = QCoreApplication::translate(
+                "KVRunRecovery", "The file is missing or is not a plain file.");
         photo.result = outcome.changed() ? Photo::Result::Moved : Photo::Result::Failed;
         photo.reason = outcome.reason;
         result.photos.push_back(photo);
         if (outcome.changed() && !finishing) {
-            journal->didNotChange(line, tr("Changed back after the run was cut off."),
+            journal->didNotChange(line,
+                                  QCoreApplication::translate(
+                                      "KVRunRecovery", "Changed back after the run was cut off."),
                                   outcome.identity);
         } else if (outcome.changed()) {
             journal->didChange(line, outcome);

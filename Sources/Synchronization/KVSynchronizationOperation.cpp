@@ -13,10 +13,6 @@ namespace {
 
 const QString processedImagesCountKey = QStringLiteral("processedImagesCount");
 
-QString tr(const char *text) {
-    return QCoreApplication::translate("KVSynchronizationOperation", text);
-}
-
 } // namespace
 
 KVSynchronizationOperation::KVSynchronizationOperation(std::vector<KVPhotoChange> changes,
@@ -97,7 +93,8 @@ std::vector<KVPhotoChangeResult> KVSynchronizationOperation::unreached() const {
             continue;
         KVPhotoChangeResult stopped{m_changes[index], {}, m_changes[index].identity};
         stopped.outcome.path = m_changes[index].identity.path;
-        stopped.outcome.reason = tr("The run was stopped before this photo was changed.");
+        stopped.outcome.reason = QCoreApplication::translate(
+            "KVSynchronizationOperation", "The run was stopped before this photo was changed.");
         results.push_back(std::move(stopped));
     }
     return results;
@@ -160,7 +157,8 @@ KVPhotoChangeResult KVSynchronizationOperation::write(KVPhotoWriter &writer,
     if (change.file) {
         recordLock = std::unique_lock(change.file->lock());
         if (change.file->imageState() == KVImageStateRemoved) {
-            result.outcome.reason = tr("The photo was moved to the Trash.");
+            result.outcome.reason = QCoreApplication::translate(
+                "KVSynchronizationOperation", "The photo was moved to the Trash.");
             if (m_journal && index >= 0)
                 m_journal->didNotChange(index, result.outcome.reason);
             return result;
