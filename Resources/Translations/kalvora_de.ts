@@ -732,7 +732,7 @@ Kameras werden abgeglichen: %ld von %ld</translation>
     </message>
     <message>
         <source>File</source>
-        <translation>Ablage</translation>
+        <translation>Datei</translation>
     </message>
     <message>
         <source>Add Files…</source>
@@ -756,7 +756,7 @@ Kameras werden abgeglichen: %ld von %ld</translation>
     </message>
     <message>
         <source>View</source>
-        <translation>Darstellung</translation>
+        <translation>Ansicht</translation>
     </message>
     <message>
         <source>Help</source>

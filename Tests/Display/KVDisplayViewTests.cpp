@@ -130,30 +130,21 @@ TEST_F(KVDisplayViewTest, AnimatesOnlyWhilePreparing) {
     EXPECT_EQ(m_drawer->timer(), nullptr);
     EXPECT_TRUE(timer.isNull());
 
-    // Cancelled: the queue counts down the photos left to change back. With all ten left
-    // the display says "Cancelling…" with the least fill and no animation; it counts forwards.
+    // Cancelled, while the workers stop and nothing is being changed back yet: "Cancelling…"
+    // with the least fill and no animation, whatever the count of the run that was stopped.
     queue = makeQueue({6, 4});
     queue->setAllImagesCountOnStartOfCancel(queue->allImagesCount());
     queue->setIsOperationsCancelled(true);
     queue->setOperationType(KVOperationTypeCancel);
-    queue->setProcessedImagesCount(10);
+    ASSERT_EQ(queue->cancelledImagesCount(), 0);
+    queue->setProcessedImagesCount(7);
     m_view.startDrawSynchProgress(queue);
     const QImage least = m_view.grab().toImage();
     EXPECT_EQ(m_drawer->timer(), nullptr);
     EXPECT_EQ(Drawer::textForState(KVOperationTypeCancel, 0, queue->allImagesCount(), true),
               QStringLiteral("Cancelling…"));
-    queue->setProcessedImagesCount(7);
-    EXPECT_NE(m_view.grab().toImage(), least) << "three changed back look like none";
-    // Halfway, the fill covers the bar's left half only.
-    queue->setProcessedImagesCount(5);
-    const QImage half = m_view.grab().toImage();
-    const QRectF fill = KVFlippedRect(m_drawer->fillBounds(), 60);
-    const auto pixel = [&](const QImage &image, double share) {
-        const QPointF at(fill.x() + share * fill.width(), fill.center().y());
-        return image.pixel((at * image.devicePixelRatio()).toPoint());
-    };
-    EXPECT_NE(pixel(least, 0.4), pixel(half, 0.4));
-    EXPECT_EQ(pixel(least, 0.6), pixel(half, 0.6));
+    queue->setProcessedImagesCount(3);
+    EXPECT_EQ(m_view.grab().toImage(), least) << "a stopped run's count shown as changed back";
 }
 
 TEST_F(KVDisplayViewTest, TimerAndQueueAskForTheirRepaints) {
