@@ -78,10 +78,8 @@ public:
     KVPhotoIdentity identity() const;
     void setIdentity(const KVPhotoIdentity &identity);
 
-    // Writes the new capture date into the file through the external tool, atomically (see
-    // KVPhotoWriter), with one writer and tool per calling thread.
-    void setCreationDate(const QDateTime &date, bool *isSucceed);
-    // The same through the given writer; the outcome says what happened to the file.
+    // Shifts the capture date in the file through the given writer, atomically (see
+    // KVPhotoWriter); the record then follows the new file. The outcome says what happened.
     KVWriteOutcome shiftCreationDate(KVPhotoWriter &writer, qint64 seconds,
                                      const KVPhotoWriter::WillChange &willChange = {},
                                      const std::optional<QString> &expectedOldDateText = {});

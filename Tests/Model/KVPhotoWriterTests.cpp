@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -225,4 +226,19 @@ TEST_F(KVPhotoWriterFixture, ACancelBetweenPhotosHoldsUntilResetAndTheNextToolWr
     writer.reset();
     const KVWriteOutcome after = writer.shiftDates(*KVPhotoWriter::identityOf(b), 5);
     EXPECT_TRUE(after.changed()) << after.reason.toStdString();
+}
+
+TEST_F(KVPhotoWriterFixture, ARecordFollowsItsReplacedFileSoItsNextWriteIsNotRefused) {
+    const QString photo = copyOf("cameras/Canon_40D.jpg", "a.jpg");
+    setDate(photo, "2016:05:27 01:59:59");
+    const KVImageFileRef record = KVImageFile::initWithURL(QUrl::fromLocalFile(photo));
+    ASSERT_TRUE(record);
+    KVPhotoWriter writer(KALVORA_EXIFTOOL);
+    for (const auto &[seconds, expected] :
+         {std::pair{qint64(1), "2016:05:27 02:00:00"}, {qint64(-1), "2016:05:27 01:59:59"}}) {
+        const KVWriteOutcome outcome = record->shiftCreationDate(writer, seconds);
+        ASSERT_TRUE(outcome.changed()) << outcome.reason.toStdString();
+        EXPECT_EQ(record->identity().inode, KVPhotoWriter::identityOf(photo)->inode);
+        EXPECT_EQ(record->creationDate().toString("yyyy:MM:dd HH:mm:ss"), expected);
+    }
 }
