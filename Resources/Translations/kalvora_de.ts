@@ -209,6 +209,10 @@ Soll der Lauf zu Ende geführt werden, oder sollen seine Fotos ihre Daten von vo
         <translation>Kein EXIF-Vorschaubild gefunden.</translation>
     </message>
     <message>
+        <source>Reading the file took too long.</source>
+        <translation>Das Lesen der Datei hat zu lange gedauert.</translation>
+    </message>
+    <message>
         <source>Adding photos…</source>
         <translation>Fotos werden hinzugefügt …</translation>
     </message>

@@ -40,23 +40,7 @@ void KVCameraSets::finishModelWork() {
 }
 
 const QStringList &KVCameraSets::supportedFileExtensions() {
-    static const QStringList extensions = {
-        QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("tiff"),
-        QStringLiteral("tif"), QStringLiteral("3fr"),  QStringLiteral("ari"),
-        QStringLiteral("arw"), QStringLiteral("bay"),  QStringLiteral("crw"),
-        QStringLiteral("cr2"), QStringLiteral("cap"),  QStringLiteral("dcs"),
-        QStringLiteral("dcr"), QStringLiteral("dng"),  QStringLiteral("drf"),
-        QStringLiteral("eip"), QStringLiteral("erf"),  QStringLiteral("fff"),
-        QStringLiteral("iiq"), QStringLiteral("k25"),  QStringLiteral("kdc"),
-        QStringLiteral("mef"), QStringLiteral("mos"),  QStringLiteral("mrw"),
-        QStringLiteral("nef"), QStringLiteral("nrw"),  QStringLiteral("obm"),
-        QStringLiteral("orf"), QStringLiteral("pef"),  QStringLiteral("ptx"),
-        QStringLiteral("pxn"), QStringLiteral("r3d"),  QStringLiteral("raf"),
-        QStringLiteral("raw"), QStringLiteral("rwl"),  QStringLiteral("rw2"),
-        QStringLiteral("rwz"), QStringLiteral("sr2"),  QStringLiteral("srf"),
-        QStringLiteral("srw"), QStringLiteral("x3f"),
-    };
-    return extensions;
+    return KVTypeIdentifier::photoExtensions();
 }
 
 QStringList KVCameraSets::supportedFileTypesOfReader() {
@@ -71,11 +55,9 @@ QStringList KVCameraSets::supportedFileTypesOfReader() {
 }
 
 const QStringList &KVCameraSets::supportedFileTypes() {
-    if (!m_supportedFileTypesKnown) {
-        m_supportedFileTypes = supportedFileTypesOfReader();
-        m_supportedFileTypesKnown = true;
-    }
-    return m_supportedFileTypes;
+    // Set up once for the process, safely from any thread.
+    static const QStringList types = supportedFileTypesOfReader();
+    return types;
 }
 
 KVBaseOperationQueue &KVCameraSets::queue() {
@@ -188,7 +170,6 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
     walk(urls, files);
 
     const QStringList &types = supportedFileTypes();
-    const QStringList &extensions = supportedFileExtensions();
     struct Outcome {
         KVImageFileRef file;
         QString reason;
@@ -200,21 +181,24 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
         const QString path = files[i].toLocalFile();
         Outcome &outcome = outcomes[i];
         outcome.reason = tr("Unsupported file format.");
-        const QString type = KVTypeIdentifier::forPath(path);
-        // An unknown extension gets a dynamic type; it is tried only when written exactly as
-        // listed, so upper-case spellings pass through the reader's known types alone.
-        const bool accepted = (!type.isEmpty() && types.contains(type)) ||
-                              (type.toLower().startsWith(QLatin1String("dyn.")) &&
-                               extensions.contains(QFileInfo(path).suffix()));
-        if (!accepted)
+        // The name, in any case, says whether the file is worth reading; the reader then
+        // decides by the content.
+        if (!types.contains(KVTypeIdentifier::forPath(path)))
             return;
-        KVImageFileRef file = KVImageFile::initWithURL(files[i]);
+        bool timedOut = false;
+        KVImageFileRef file = KVImageFile::initWithURL(files[i], &timedOut);
         if (!file) {
-            outcome.reason = tr("No EXIF date and camera found.");
+            outcome.reason = timedOut ? tr("Reading the file took too long.")
+                                      : tr("No EXIF date and camera found.");
             return;
         }
-        if (file->thumbnailData().isNull()) {
+        if (file->thumbnailData(&timedOut).isNull()) {
             outcome.reason = tr("No EXIF thumbnail found.");
+            // A parse that ran out of time is not tried a second time.
+            if (timedOut) {
+                outcome.reason = tr("Reading the file took too long.");
+                return;
+            }
             if (file->thumbnailData().isNull())
                 return;
         }

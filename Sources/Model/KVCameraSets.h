@@ -46,7 +46,7 @@ public:
     static const QStringList &supportedFileExtensions();
     // The readable type identifiers among those of the supported extensions (duplicates kept).
     static QStringList supportedFileTypesOfReader();
-    const QStringList &supportedFileTypes();
+    static const QStringList &supportedFileTypes();
 
     KVBaseOperationQueue &queue();
 
@@ -114,8 +114,6 @@ private:
     KVUserInterface *m_ui;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
     KVCameraSetsRef m_imageFiles;
-    QStringList m_supportedFileTypes;
-    bool m_supportedFileTypesKnown = false;
     std::unique_ptr<KVBaseOperationQueue> m_queue;
     std::mutex m_operationsMutex;
     std::vector<std::shared_ptr<KVInvocationOperation>> m_modelOperations;

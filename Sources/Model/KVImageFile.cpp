@@ -37,14 +37,20 @@ QString describe(const QVariantMap &exif) {
 
 } // namespace
 
-KVImageFileRef KVImageFile::initWithURL(const QUrl &url) {
+KVImageFileRef KVImageFile::initWithURL(const QUrl &url, bool *timedOut) {
     KVImageFileRef file(new KVImageFile);
     file->m_path = url.toLocalFile();
     if (const std::optional<KVPhotoIdentity> identity = KVPhotoWriter::identityOf(file->m_path)) {
         file->m_device = identity->device;
         file->m_inode = identity->inode;
     }
-    file->m_exif = exifFromURL(url).value_or(QVariantMap());
+    bool readingTimedOut = false;
+    file->m_exif = exifFromURL(url, &readingTimedOut).value_or(QVariantMap());
+    if (timedOut)
+        *timedOut = readingTimedOut;
+    // What a parse cut short gave may be wrong or incomplete: such a file is refused.
+    if (readingTimedOut)
+        return nullptr;
     KVFileCoordinator::addFilePresenter(file);
     file->m_registered = true;
     if (!file->creationDate().isValid())
@@ -63,13 +69,17 @@ KVImageFile::~KVImageFile() {
         KVFileCoordinator::removeFilePresenter(this);
 }
 
-std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url) {
+std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url, bool *timedOut) {
+    if (timedOut)
+        *timedOut = false;
     if (url.isEmpty())
         return std::nullopt;
     QVariantMap exif;
     const QString path = url.toLocalFile();
-    if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path)) {
+    if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path, timedOut)) {
         const std::optional<KVImageProperties> properties = source->copyPropertiesAtIndex0();
+        if (timedOut)
+            *timedOut = source->timedOut();
         if (!properties) {
             KVLog(QStringLiteral("No properties could be read from the image file %1").arg(path));
         } else {
@@ -223,14 +233,18 @@ QImage KVImageFile::image() const {
     return source ? source->createImage() : QImage();
 }
 
-KVThumbnail KVImageFile::newThumbnail() const {
+KVThumbnail KVImageFile::newThumbnail(bool *timedOut) const {
+    if (timedOut)
+        *timedOut = false;
     const QString current = path();
     if (current.isEmpty())
         return {};
-    std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(current);
+    std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(current, timedOut);
     if (!source)
         return {};
     KVThumbnail thumbnail = source->createThumbnail(256);
+    if (timedOut)
+        *timedOut = source->timedOut();
     if (thumbnail.isNull()) {
         // Only for the record: the type of a file that yields no picture at all.
         const QString type = KVTypeIdentifier::forPath(current);
@@ -239,14 +253,16 @@ KVThumbnail KVImageFile::newThumbnail() const {
     return thumbnail;
 }
 
-KVThumbnail KVImageFile::thumbnailData() {
+KVThumbnail KVImageFile::thumbnailData(bool *timedOut) {
+    if (timedOut)
+        *timedOut = false;
     {
         std::lock_guard lock(m_propertyMutex);
         if (!m_thumbnail.isNull())
             return m_thumbnail;
     }
     // A null result is not kept, so the next request tries again.
-    KVThumbnail made = newThumbnail();
+    KVThumbnail made = newThumbnail(timedOut);
     std::lock_guard lock(m_propertyMutex);
     if (m_thumbnail.isNull())
         m_thumbnail = made;

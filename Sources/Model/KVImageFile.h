@@ -29,15 +29,16 @@ class KVImageFile : public KVObservable,
                     public KVFilePresenter,
                     public std::enable_shared_from_this<KVImageFile> {
 public:
-    // Null when the file has no readable capture date.
-    static KVImageFileRef initWithURL(const QUrl &url);
+    // Null when the file has no readable capture date; `timedOut` then tells whether reading
+    // the file ran out of time.
+    static KVImageFileRef initWithURL(const QUrl &url, bool *timedOut = nullptr);
     static KVImageFileRef initWithDate(const QDateTime &date);
     ~KVImageFile() override;
 
     // The metadata dictionary (keys of KVImagePropertyKey; the date is a QDateTime stored under
     // the DateTimeOriginal key whichever tag it came from). Null for a null URL, empty when
     // nothing could be read.
-    static std::optional<QVariantMap> exifFromURL(const QUrl &url);
+    static std::optional<QVariantMap> exifFromURL(const QUrl &url, bool *timedOut = nullptr);
 
     // Who is told, on the main thread, that a photo went to the Trash. Set once at launch.
     static void setRemovalHandler(std::function<void(const KVImageFileRef &)> handler);
@@ -63,9 +64,10 @@ public:
 
     QImage image() const override;
     QImage thumbnail() override;
-    // The compressed thumbnail behind thumbnail(), made on first use.
-    KVThumbnail thumbnailData();
-    KVThumbnail newThumbnail() const;
+    // The compressed thumbnail behind thumbnail(), made on first use. `timedOut` tells whether
+    // reading the file for it ran out of time.
+    KVThumbnail thumbnailData(bool *timedOut = nullptr);
+    KVThumbnail newThumbnail(bool *timedOut = nullptr) const;
 
     KVImageState imageState() const override { return m_imageState.load(); }
     void setImageState(KVImageState state) override;

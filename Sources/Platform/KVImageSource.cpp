@@ -5,6 +5,7 @@
 
 #include "KVExifProperties.h"
 #include "KVImageOrientation.h"
+#include "KVParseDeadline.h"
 #include "KVRawReader.h"
 #include "KVThumbnailCache.h"
 #include "KVTypeIdentifier.h"
@@ -13,10 +14,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-#include <QMimeDatabase>
 
 #include <exiv2/exiv2.hpp>
-#include <libraw/libraw.h>
 
 #include <algorithm>
 #include <exception>
@@ -99,11 +98,70 @@ KVThumbnail thumbnailFromEmbedded(const char *data, qsizetype size, bool isJpeg,
     return KVThumbnail::fromImage(upright);
 }
 
-// Raw camera formats by the file's name; names the system does not know count as raw too, as
-// only LibRaw might read them.
-bool isRawByName(const QString &path) {
-    const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchExtension);
-    return type.isDefault() || type.inherits(QStringLiteral("image/x-dcraw"));
+// Exiv2's reads from the owned bytes, each asking the deadline first. Once it has passed, every
+// read throws, and the parse ends with an error.
+class BoundedIo : public Exiv2::MemIo {
+public:
+    BoundedIo(const QByteArray &data, KVParseDeadline *deadline)
+        : Exiv2::MemIo(reinterpret_cast<const Exiv2::byte *>(data.constData()), long(data.size()))
+        , m_data(data)
+        , m_deadline(deadline) {}
+
+    Exiv2::DataBuf read(long count) override {
+        check();
+        return Exiv2::MemIo::read(count);
+    }
+    long read(Exiv2::byte *buffer, long count) override {
+        check();
+        return Exiv2::MemIo::read(buffer, count);
+    }
+    int getb() override {
+        check();
+        return Exiv2::MemIo::getb();
+    }
+    int seek(long offset, Position position) override {
+        check();
+        return Exiv2::MemIo::seek(offset, position);
+    }
+
+private:
+    void check() {
+        if (m_deadline->expired())
+            throw Exiv2::Error(Exiv2::kerErrorMessage, "time limit of the parse exceeded");
+    }
+
+    QByteArray m_data; // keeps the bytes alive while Exiv2 reads them
+    KVParseDeadline *m_deadline;
+};
+
+// The whole file in memory the program owns: a file that shrinks or is rewritten while it is
+// read gives other bytes, never a fault. Empty optional when it cannot be read.
+std::optional<QByteArray> readOwned(const QString &path) {
+    // Far beyond any photo; QByteArray and Exiv2's long offsets stay within their range.
+    constexpr qint64 maximumSize = qint64(1) << 31;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
+        return std::nullopt;
+    QByteArray bytes = file.read(maximumSize);
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return bytes;
+}
+
+// A container Exiv2 does not know (Sigma's X3F) may carry a JPEG preview with the photo's EXIF
+// in its APP1 segment: the bytes from that JPEG's start to the end of the file, else empty.
+QByteArray embeddedExifJpeg(const QByteArray &bytes) {
+    static const QByteArray start("\xff\xd8\xff\xe1", 4);
+    static const QByteArray exifHeader("Exif\0\0", 6);
+    for (qsizetype at = bytes.indexOf(start, 1); at > 0; at = bytes.indexOf(start, at + 1)) {
+        if (bytes.mid(at + 6, exifHeader.size()) == exifHeader)
+            return bytes.mid(at);
+    }
+    return {};
+}
+
+bool isTextualPropertyMissing(const QVariantMap &dictionary, const QString &key) {
+    return dictionary.value(key).toString().trimmed().isEmpty();
 }
 
 } // namespace
@@ -125,20 +183,49 @@ struct KVImageSource::Private {
     enum class Metadata { unread, read, failed };
 
     QString path;
+    QByteArray bytes;     // the whole file, read once
+    QByteArray exivBytes; // what Exiv2 reads: the file, or a JPEG with EXIF inside it
+    bool rawByName = false;
+    KVParseDeadline deadline;
+    bool timedOut = false;
     std::unique_ptr<Exiv2::Image> exiv; // null when only LibRaw could open the file
     std::unique_ptr<KVRawReader> raw;   // opened at creation, or on first need
     bool rawOpened = false;
     Metadata metadata = Metadata::unread;
     KVExifProperties exifProperties;
 
+    bool openExiv(const QByteArray &data);
+    void startStep();
     bool ensureMetadata();
     KVRawReader *rawReader();
+    KVImageProperties mergedProperties();
     int orientation();
     KVThumbnail thumbnailFromPreviews(int maxPixelSize);
     KVThumbnail thumbnailFromRaw(int maxPixelSize);
     QImage decodeFile(int maxPixelSize);
     QImage largestPreview();
 };
+
+bool KVImageSource::Private::openExiv(const QByteArray &data) {
+    try {
+        Exiv2::BasicIo::AutoPtr io(new BoundedIo(data, &deadline));
+        Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(io);
+        if (image.get()) {
+            exiv.reset(image.release());
+            exivBytes = data;
+        }
+    } catch (const Exiv2::AnyError &) {
+    } catch (const std::exception &) {
+    }
+    timedOut = timedOut || deadline.hasExpired();
+    return exiv != nullptr;
+}
+
+// Each public step gets the whole time limit; a step that ran out is remembered.
+void KVImageSource::Private::startStep() {
+    timedOut = timedOut || deadline.hasExpired();
+    deadline.restart();
+}
 
 bool KVImageSource::Private::ensureMetadata() {
     if (metadata != Metadata::unread)
@@ -156,15 +243,50 @@ bool KVImageSource::Private::ensureMetadata() {
     } catch (const std::exception &) {
         metadata = Metadata::failed;
     }
+    timedOut = timedOut || deadline.hasExpired();
     return metadata == Metadata::read;
 }
 
 KVRawReader *KVImageSource::Private::rawReader() {
     if (!rawOpened) {
         rawOpened = true;
-        raw = KVRawReader::open(path);
+        raw = KVRawReader::open(bytes, &deadline);
+        timedOut = timedOut || deadline.hasExpired();
     }
     return raw.get();
+}
+
+// Exiv2's properties; for a raw file, what they lack of date, make, model and serial number is
+// taken from LibRaw, so that the stored texts always win and LibRaw's spelling only fills gaps.
+KVImageProperties KVImageSource::Private::mergedProperties() {
+    KVImageProperties properties = exifProperties.properties;
+    QVariantMap exif = properties.value(exifDictionaryKey).toMap();
+    QVariantMap tiff = properties.value(tiffDictionaryKey).toMap();
+    using namespace KVImagePropertyKey;
+    const bool lacksDate = isTextualPropertyMissing(exif, exifDateTimeOriginal) &&
+                           isTextualPropertyMissing(exif, exifDateTimeDigitized);
+    const bool lacks = lacksDate || isTextualPropertyMissing(exif, exifBodySerialNumber) ||
+                       isTextualPropertyMissing(tiff, tiffMake) ||
+                       isTextualPropertyMissing(tiff, tiffModel);
+    if (!rawByName || !lacks || !rawReader())
+        return properties;
+    const KVImageProperties fromRaw = raw->properties();
+    const QVariantMap rawExif = fromRaw.value(exifDictionaryKey).toMap();
+    const QVariantMap rawTiff = fromRaw.value(tiffDictionaryKey).toMap();
+    const auto fill = [](QVariantMap &target, const QVariantMap &source, const QString &key) {
+        if (isTextualPropertyMissing(target, key) && source.contains(key))
+            target.insert(key, source.value(key));
+    };
+    if (lacksDate)
+        fill(exif, rawExif, exifDateTimeOriginal);
+    fill(exif, rawExif, exifBodySerialNumber);
+    fill(tiff, rawTiff, tiffMake);
+    fill(tiff, rawTiff, tiffModel);
+    if (!exif.isEmpty())
+        properties.insert(exifDictionaryKey, exif);
+    if (!tiff.isEmpty())
+        properties.insert(tiffDictionaryKey, tiff);
+    return properties;
 }
 
 int KVImageSource::Private::orientation() {
@@ -237,7 +359,10 @@ KVThumbnail KVImageSource::Private::thumbnailFromRaw(int maxPixelSize) {
 }
 
 QImage KVImageSource::Private::decodeFile(int maxPixelSize) {
-    QImageReader reader(path);
+    QByteArray data = exivBytes.isEmpty() ? bytes : exivBytes;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
     // Turned by the orientation Exiv2 read; when it could read none, Qt's own reading of it.
     const bool known = ensureMetadata();
     const QImage image = readBounded(reader, maxPixelSize, !known);
@@ -269,59 +394,55 @@ KVImageSource::KVImageSource(std::unique_ptr<Private> d)
 
 KVImageSource::~KVImageSource() = default;
 
-std::unique_ptr<KVImageSource> KVImageSource::createWithPath(const QString &path) {
-    initializeLibraries();
-    const QFileInfo info(path);
-    if (path.isEmpty() || !info.isFile())
+std::unique_ptr<KVImageSource> KVImageSource::createWithPath(const QString &path, bool *timedOut) {
+    if (timedOut)
+        *timedOut = false;
+    if (path.isEmpty() || !QFileInfo(path).isFile())
         return nullptr;
+    std::optional<QByteArray> bytes = readOwned(path);
+    if (!bytes)
+        return nullptr;
+    return createWithData(std::move(*bytes), path, timedOut);
+}
+
+std::unique_ptr<KVImageSource> KVImageSource::createWithData(QByteArray bytes, const QString &path,
+                                                             bool *timedOut) {
+    if (timedOut)
+        *timedOut = false;
+    initializeLibraries();
     auto d = std::make_unique<Private>();
     d->path = path;
-    try {
-        // An absolute path, so that no name is ever taken for a URL ("http:...", "data:...").
-        Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(
-            QFile::encodeName(info.absoluteFilePath()).toStdString(), false);
-        d->exiv.reset(image.release());
-    } catch (const Exiv2::AnyError &) {
-    } catch (const std::exception &) {
+    d->bytes = std::move(bytes);
+    // The name only says whether LibRaw is worth a try; Exiv2 and LibRaw decide by the content.
+    const QString type = KVTypeIdentifier::forPath(path);
+    d->rawByName = type != KVTypeIdentifier::jpeg && type != KVTypeIdentifier::tiff;
+    if (!d->openExiv(d->bytes) && !(d->rawByName && d->rawReader())) {
+        const QByteArray embedded = embeddedExifJpeg(d->bytes);
+        if (embedded.isEmpty() || !d->openExiv(embedded)) {
+            if (timedOut)
+                *timedOut = d->timedOut;
+            return nullptr;
+        }
     }
-    if (!d->exiv && !d->rawReader())
-        return nullptr;
     return std::unique_ptr<KVImageSource>(new KVImageSource(std::move(d)));
 }
 
+bool KVImageSource::timedOut() const {
+    return d->timedOut || d->deadline.hasExpired();
+}
+
 QStringList KVImageSource::copyTypeIdentifiers() {
-    static const QStringList identifiers = [] {
-        static const char *const extensions[] = {
-            "jpg", "jpeg", "tiff", "tif", "3fr", "ari", "arw", "bay", "crw", "cr2", "cap",
-            "dcs", "dcr",  "dng",  "drf", "eip", "erf", "fff", "iiq", "k25", "kdc", "mef",
-            "mos", "mrw",  "nef",  "nrw", "obm", "orf", "pef", "ptx", "pxn", "r3d", "raf",
-            "raw", "rwl",  "rw2",  "rwz", "sr2", "srf", "srw", "x3f"};
-        const bool readsX3f = (libraw_capabilities() & LIBRAW_CAPS_X3FTOOLS) != 0;
-        QMimeDatabase database;
-        QStringList list;
-        for (const char *extension : extensions) {
-            const QString name =
-                KVTypeIdentifier::preferredIdentifierForExtension(QString::fromLatin1(extension));
-            const QMimeType type = database.mimeTypeForName(name);
-            // JPEG and TIFF through Qt; camera raw formats through Exiv2 and LibRaw, except
-            // Sigma's X3F, which this LibRaw reads only when built with it.
-            const bool readable =
-                name == QLatin1String("image/jpeg") || name == QLatin1String("image/tiff") ||
-                (type.isValid() && type.inherits(QStringLiteral("image/x-dcraw")) &&
-                 (readsX3f || name != QLatin1String("image/x-sigma-x3f")));
-            if (readable && !list.contains(name))
-                list.append(name);
-        }
-        return list;
-    }();
-    return identifiers;
+    // JPEG and TIFF through Exiv2 and Qt; camera raw formats through Exiv2 and LibRaw, and
+    // through the EXIF of their embedded preview where neither knows the container.
+    return {KVTypeIdentifier::jpeg, KVTypeIdentifier::tiff, KVTypeIdentifier::cameraRaw};
 }
 
 std::optional<KVImageProperties> KVImageSource::copyPropertiesAtIndex0() {
+    d->startStep();
     if (d->exiv) {
         if (!d->ensureMetadata())
             return std::nullopt;
-        return d->exifProperties.properties;
+        return d->mergedProperties();
     }
     if (KVRawReader *reader = d->rawReader())
         return reader->properties();
@@ -331,13 +452,14 @@ std::optional<KVImageProperties> KVImageSource::copyPropertiesAtIndex0() {
 KVThumbnail KVImageSource::createThumbnail(int maxPixelSize) {
     if (maxPixelSize <= 0)
         maxPixelSize = 256;
+    d->startStep();
     if (!d->exiv)
         return d->thumbnailFromRaw(maxPixelSize);
 
     KVThumbnail thumbnail = d->thumbnailFromPreviews(maxPixelSize);
     if (!thumbnail.isNull())
         return thumbnail;
-    const bool raw = isRawByName(d->path);
+    const bool raw = d->rawByName;
     if (raw) {
         thumbnail = d->thumbnailFromRaw(maxPixelSize);
         if (!thumbnail.isNull())
@@ -350,6 +472,7 @@ KVThumbnail KVImageSource::createThumbnail(int maxPixelSize) {
 }
 
 QImage KVImageSource::createImage() {
+    d->startStep();
     if (!d->exiv) {
         KVRawReader *reader = d->rawReader();
         if (!reader)
@@ -362,7 +485,7 @@ QImage KVImageSource::createImage() {
         }
         return image;
     }
-    const bool raw = isRawByName(d->path);
+    const bool raw = d->rawByName;
     QImage image;
     if (raw) {
         if (KVRawReader *reader = d->rawReader())

@@ -21,14 +21,23 @@ using KVImageProperties = QVariantMap;
 
 // Reads photo files: Exiv2 for metadata and embedded previews, LibRaw for the raw files Exiv2
 // cannot open, QImageReader for decoding. Every third-party failure is caught here.
-// The file is opened once, at creation, and the metadata read once, on first need. One source
-// belongs to one thread at a time; sources on different threads are independent.
+// The file is read whole into memory the source owns, once, at creation (never mapped: a file
+// rewritten under the reader can give other bytes but no fault), and the metadata parsed once,
+// on first need. Each step (opening, properties, thumbnail, image) parses within the time limit
+// of KVParseDeadline. One source belongs to one thread at a time; sources on different threads
+// are independent.
 class KVImageSource {
 public:
     ~KVImageSource();
 
-    // Null when the file cannot be opened as an image at all.
-    static std::unique_ptr<KVImageSource> createWithPath(const QString &path);
+    // Null when the file cannot be opened as an image at all; `timedOut` then tells whether a
+    // parse ran out of time.
+    static std::unique_ptr<KVImageSource> createWithPath(const QString &path,
+                                                         bool *timedOut = nullptr);
+    // The same for bytes already in memory; `path` names the file (its extension says what to
+    // try) and need not exist.
+    static std::unique_ptr<KVImageSource> createWithData(QByteArray bytes, const QString &path,
+                                                         bool *timedOut = nullptr);
     // The MIME types this reader can read (the platform's list of readable type identifiers).
     static QStringList copyTypeIdentifiers();
     // Once per process, before any other use of Exiv2 (every reader here calls it).
@@ -46,6 +55,8 @@ public:
     KVThumbnail createThumbnail(int maxPixelSize = 256);
     // The whole picture, decoded, upright.
     QImage createImage();
+    // Whether a parse of this file ran out of time, so that what it gave may be incomplete.
+    bool timedOut() const;
 
 private:
     struct Private;

@@ -4,13 +4,13 @@
 #include "KVRawReader.h"
 
 #include "KVImageOrientation.h"
+#include "KVParseDeadline.h"
 
 #include <QDateTime>
-#include <QFile>
 
 #include <libraw/libraw.h>
 
-#include <exception>
+#include <algorithm>
 
 namespace {
 
@@ -50,30 +50,98 @@ struct ProcessedImageDeleter {
 };
 using ProcessedImage = std::unique_ptr<libraw_processed_image_t, ProcessedImageDeleter>;
 
-bool openFile(LibRaw &raw, const QByteArray &path) {
-    raw.set_dataerror_handler(ignoreDataError, nullptr);
-    raw.set_memerror_handler(ignoreMemoryError, nullptr);
-    return raw.open_file(path.constData()) == LIBRAW_SUCCESS;
+// A text the file keeps byte-reversed, up to its first NUL from the end.
+QString reversedText(const QByteArray &data, qsizetype offset, qsizetype length) {
+    if (offset + length > data.size())
+        return {};
+    QByteArray bytes = data.mid(offset, length);
+    std::reverse(bytes.begin(), bytes.end());
+    return text(bytes.replace('\0', "").constData());
+}
+
+// Make, model and capture date as the file stores them, for the formats whose texts LibRaw
+// replaces with its own spelling ("Contax" for "KYOCERA"): empty where this is not known.
+struct StoredTexts {
+    QString make;
+    QString model;
+    QString date;
+};
+StoredTexts storedTexts(const QByteArray &data) {
+    // The Kyocera N Digital's header keeps its texts byte-reversed at fixed places.
+    if (data.mid(25, 7) == "ARECOYK")
+        return {reversedText(data, 25, 7), reversedText(data, 12, 13), reversedText(data, 33, 19)};
+    return {};
 }
 
 } // namespace
 
-KVRawReader::KVRawReader(std::unique_ptr<LibRaw> raw, QByteArray path)
-    : m_raw(std::move(raw))
-    , m_path(std::move(path)) {
+// LibRaw's reads from the owned bytes, each asking the deadline first. Once it has passed,
+// every read throws LibRaw's own cancel exception, which LibRaw turns into an error status.
+class KVRawReader::Stream : public LibRaw_buffer_datastream {
+public:
+    Stream(const QByteArray &data, KVParseDeadline *deadline)
+        : LibRaw_buffer_datastream(const_cast<char *>(data.constData()), size_t(data.size()))
+        , m_data(data)
+        , m_deadline(deadline) {}
+
+    int read(void *buffer, size_t size, size_t count) override {
+        check();
+        return LibRaw_buffer_datastream::read(buffer, size, count);
+    }
+    int seek(INT64 offset, int whence) override {
+        check();
+        return LibRaw_buffer_datastream::seek(offset, whence);
+    }
+    char *gets(char *buffer, int size) override {
+        check();
+        return LibRaw_buffer_datastream::gets(buffer, size);
+    }
+    int scanf_one(const char *format, void *value) override {
+        check();
+        return LibRaw_buffer_datastream::scanf_one(format, value);
+    }
+    int get_char() override {
+        check();
+        return LibRaw_buffer_datastream::get_char();
+    }
+
+private:
+    void check() {
+        if (m_deadline && m_deadline->expired())
+            throw LIBRAW_EXCEPTION_CANCELLED_BY_CALLBACK;
+    }
+
+    QByteArray m_data; // keeps the bytes alive for as long as LibRaw reads them
+    KVParseDeadline *m_deadline;
+};
+
+KVRawReader::KVRawReader(QByteArray data, KVParseDeadline *deadline)
+    : m_data(std::move(data))
+    , m_deadline(deadline) {
 }
 
-KVRawReader::~KVRawReader() = default;
+KVRawReader::~KVRawReader() {
+    // LibRaw closes its stream first; the stream is ours and goes after it.
+    m_raw.reset();
+}
 
-std::unique_ptr<KVRawReader> KVRawReader::open(const QString &path) {
+bool KVRawReader::reopen() {
+    m_raw->set_dataerror_handler(ignoreDataError, nullptr);
+    m_raw->set_memerror_handler(ignoreMemoryError, nullptr);
+    m_stream = std::make_unique<Stream>(m_data, m_deadline);
+    return m_raw->open_datastream(m_stream.get()) == LIBRAW_SUCCESS;
+}
+
+std::unique_ptr<KVRawReader> KVRawReader::open(const QByteArray &data, KVParseDeadline *deadline) {
+    if (data.isEmpty())
+        return nullptr;
     try {
-        auto raw = std::make_unique<LibRaw>(LIBRAW_OPTIONS_NONE);
-        QByteArray encodedPath = QFile::encodeName(path);
-        if (!openFile(*raw, encodedPath))
+        std::unique_ptr<KVRawReader> reader(new KVRawReader(data, deadline));
+        reader->m_raw = std::make_unique<LibRaw>(LIBRAW_OPTIONS_NONE);
+        if (!reader->reopen())
             return nullptr;
-        return std::unique_ptr<KVRawReader>(
-            new KVRawReader(std::move(raw), std::move(encodedPath)));
-    } catch (const std::exception &) {
+        return reader;
+    } catch (...) {
         return nullptr;
     }
 }
@@ -89,7 +157,7 @@ bool KVRawReader::ready() {
         return true;
     m_raw->recycle();
     m_unpacked = false;
-    if (!openFile(*m_raw, m_path))
+    if ((m_deadline && m_deadline->hasExpired()) || !reopen())
         return false;
     m_broken = false;
     return true;
@@ -101,13 +169,20 @@ int KVRawReader::orientation() const {
 
 QVariantMap KVRawReader::properties() const {
     const libraw_data_t &data = m_raw->imgdata;
+    const StoredTexts stored = storedTexts(m_data);
     QVariantMap tiff;
-    if (const QString make = text(data.idata.make); !make.isEmpty())
+    if (const QString make = stored.make.isEmpty() ? text(data.idata.make) : stored.make;
+        !make.isEmpty())
         tiff.insert(QStringLiteral("Make"), make);
-    if (const QString model = text(data.idata.model); !model.isEmpty())
+    if (const QString model = stored.model.isEmpty() ? text(data.idata.model) : stored.model;
+        !model.isEmpty())
         tiff.insert(QStringLiteral("Model"), model);
     QVariantMap exif;
-    if (data.other.timestamp > 0) {
+    if (!stored.date.isEmpty()) {
+        exif.insert(QStringLiteral("DateTimeOriginal"), stored.date);
+    } else if (data.other.timestamp > 0) {
+        // LibRaw made its timestamp from the file's wall-clock text in the local zone; the same
+        // zone gives the text back.
         const QDateTime local = QDateTime::fromSecsSinceEpoch(qint64(data.other.timestamp));
         exif.insert(QStringLiteral("DateTimeOriginal"),
                     local.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss")));
@@ -144,7 +219,7 @@ KVRawReader::Thumbnail KVRawReader::thumbnail() {
                                         qsizetype(processed->data_size));
         else
             thumbnail.bitmap = imageFrom(processed.get());
-    } catch (const std::exception &) {
+    } catch (...) {
         return {};
     }
     return thumbnail;
@@ -169,7 +244,7 @@ QImage KVRawReader::develop(bool halfSize) {
         // The memory image is already turned by the flip.
         const ProcessedImage processed(m_raw->dcraw_make_mem_image(&error));
         return imageFrom(processed.get());
-    } catch (const std::exception &) {
+    } catch (...) {
         return {};
     }
 }

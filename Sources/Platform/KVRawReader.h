@@ -10,21 +10,26 @@
 
 #include <memory>
 
+class KVParseDeadline;
 class LibRaw;
 
-// One camera raw file opened with LibRaw (the thread-safe libraw_r). Every LibRaw failure is
-// caught here and turned into a null or empty result. One object belongs to one thread at a
-// time.
+// One camera raw file, read by LibRaw (the thread-safe libraw_r) from bytes the program owns.
+// Every read LibRaw makes asks the deadline first, so a parser looping over a damaged file is
+// stopped once the time is up. Every LibRaw failure is caught here and turned into a null or
+// empty result. One object belongs to one thread at a time.
 class KVRawReader {
 public:
-    // Null when LibRaw does not know the file.
-    static std::unique_ptr<KVRawReader> open(const QString &path);
+    // Null when LibRaw does not know the content. `deadline` may be null (no limit); it must
+    // outlive the reader.
+    static std::unique_ptr<KVRawReader> open(const QByteArray &data, KVParseDeadline *deadline);
     ~KVRawReader();
 
     // The properties LibRaw found, shaped like KVImageSource's dictionary: "{TIFF}" with Make,
-    // Model and Orientation, "{Exif}" with DateTimeOriginal (local time, "yyyy:MM:dd HH:mm:ss")
-    // and BodySerialNumber, each sub-dictionary only when it holds something; "PixelWidth",
-    // "PixelHeight" and "Orientation" at the top level.
+    // Model and Orientation, "{Exif}" with DateTimeOriginal (wall-clock text,
+    // "yyyy:MM:dd HH:mm:ss") and BodySerialNumber, each sub-dictionary only when it holds
+    // something; "PixelWidth", "PixelHeight" and "Orientation" at the top level. Make and model
+    // are the texts the file stores where this reader knows where they are; else LibRaw's own
+    // spelling.
     QVariantMap properties() const;
     // The EXIF orientation (1..8) of the raw data and of its embedded thumbnail.
     int orientation() const;
@@ -42,14 +47,19 @@ public:
     QImage develop(bool halfSize);
 
 private:
-    KVRawReader(std::unique_ptr<LibRaw> raw, QByteArray path);
+    class Stream;
+    KVRawReader(QByteArray data, KVParseDeadline *deadline);
     // After a fatal error LibRaw must be recycled and the file opened anew before other calls.
     // Whether the call succeeded; a fatal error marks the object for recovery.
     bool succeeded(int status);
     bool ready();
 
+    bool reopen();
+
+    QByteArray m_data;
+    KVParseDeadline *m_deadline;
+    std::unique_ptr<Stream> m_stream;
     std::unique_ptr<LibRaw> m_raw;
-    QByteArray m_path;
     bool m_unpacked = false;
     bool m_broken = false;
 };

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The Kalvora developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// libFuzzer target over the photo reader: what an import does with one file (properties and
+// thumbnail), with the file's name taken from the input's first byte, since the name decides
+// which readers are tried.
+
+#include "KVImageSource.h"
+#include "KVTypeIdentifier.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size < 1)
+        return 0;
+    const QStringList &extensions = KVTypeIdentifier::photoExtensions();
+    const QString name = QStringLiteral("input.") + extensions.at(data[0] % extensions.size());
+    QByteArray bytes(reinterpret_cast<const char *>(data + 1), qsizetype(size - 1));
+    if (auto source = KVImageSource::createWithData(std::move(bytes), name)) {
+        source->copyPropertiesAtIndex0();
+        source->createThumbnail(256);
+    }
+    return 0;
+}
