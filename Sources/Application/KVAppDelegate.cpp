@@ -13,6 +13,7 @@
 #include "KVURLExtensions.h"
 #include "KVUserDefaults.h"
 #include "KVVolumes.h"
+#include "KVWallClock.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -496,7 +497,7 @@ KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController() {
 
 void KVAppDelegate::popoverWillShow() {
     manualDateTimeViewController().setFullDate(m_etalon ? m_etalon->creationDate()
-                                                        : QDateTime::currentDateTime());
+                                                        : KVWallClock::currentDateTime());
 }
 
 QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &key) const {

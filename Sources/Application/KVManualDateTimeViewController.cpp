@@ -3,6 +3,8 @@
 
 #include "KVManualDateTimeViewController.h"
 
+#include "KVWallClock.h"
+
 const QString KVManualDateTimeViewController::nibName = QStringLiteral("KVManualDateTimeView");
 
 void KVManualDateTimeViewController::setDate(const QDateTime &date) {
@@ -16,10 +18,10 @@ void KVManualDateTimeViewController::setTime(const QDateTime &time) {
 }
 
 QDateTime KVManualDateTimeViewController::fullDate() const {
-    // Joined as text, like the EXIF layout, so the result is whole seconds of local time.
-    const QString text = m_date.toLocalTime().toString(QStringLiteral("yyyy:MM:dd")) +
-                         m_time.toLocalTime().toString(QStringLiteral(" HH:mm:ss"));
-    return QDateTime::fromString(text, QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+    // The day of one picker and the time of the other, in whole seconds of wall-clock time.
+    const QTime time = m_time.toUTC().time();
+    return KVWallClock::fromFields(m_date.toUTC().date(),
+                                   QTime(time.hour(), time.minute(), time.second()));
 }
 
 void KVManualDateTimeViewController::setFullDate(const QDateTime &date) {

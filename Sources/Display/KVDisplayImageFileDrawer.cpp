@@ -38,7 +38,7 @@ const KVTextAttributes &KVDisplayImageFileDrawer::attributes() {
 std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() const {
     if (!m_imageFile || !view())
         return {};
-    const QDateTime date = m_imageFile->creationDate().toLocalTime();
+    const QDateTime date = m_imageFile->creationDate().toUTC();
     if (!date.isValid())
         return {};
     const double width = bounds().width();
@@ -55,7 +55,10 @@ std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() 
     const QSizeF dateSize = KVSizeWithAttributes(dateText, attributes());
     labels.push_back({dateText, QRectF(QPointF(12.0, 5.0), dateSize)});
 
-    const QString timeText = date.toString(QStringLiteral("HH:mm:ss"));
+    // The camera's own note of its zone, when it made one, stands beside the wall-clock time.
+    QString timeText = date.toString(QStringLiteral("HH:mm:ss"));
+    if (const QString offset = m_imageFile->creationDateOffset(); !offset.isEmpty())
+        timeText += QLatin1Char(' ') + offset;
     const QSizeF timeSize = KVSizeWithAttributes(timeText, attributes());
     labels.push_back({timeText, QRectF(QPointF(width - 12.0 - timeSize.width(), 5.0), timeSize)});
 

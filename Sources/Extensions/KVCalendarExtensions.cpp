@@ -12,16 +12,15 @@ namespace KVCalendarExtensions {
 
 namespace {
 
-// The latest instant at or before `date` whose local wall time is a whole multiple of `step`
-// seconds (a full hour, a full minute ...). It is cut in the date's own UTC offset, so that in the
-// hour an autumn night repeats each occurrence keeps its own start.
-QDateTime floorToLocal(const QDateTime &date, qint64 step) {
-    const qint64 offset = qint64(date.offsetFromUtc()) * 1000;
-    const qint64 wall = date.toMSecsSinceEpoch() + offset;
+// The latest wall-clock time at or before `date` that is a whole multiple of `step` seconds (a
+// full hour, a full minute ...). Capture dates are wall-clock time held in UTC, so every hour
+// and every day of the axis has its full length, also on a day of a daylight-saving change.
+QDateTime floorToWallClock(const QDateTime &date, qint64 step) {
+    const qint64 wall = date.toMSecsSinceEpoch();
     qint64 remainder = wall % (step * 1000);
     if (remainder < 0)
         remainder += step * 1000;
-    return QDateTime::fromMSecsSinceEpoch(wall - remainder - offset).toLocalTime();
+    return QDateTime::fromMSecsSinceEpoch(wall - remainder, Qt::UTC);
 }
 
 } // namespace
@@ -54,39 +53,38 @@ KVDateComponents oneComponentForKVCalendarUnit(KVCalendarUnit unit) {
 
 bool rangeOfKVCalendarUnit(KVCalendarUnit unit, QDateTime *startDate, double *interval,
                            const QDateTime &forDate) {
-    const QDateTime date = forDate.toLocalTime();
+    const QDateTime date = forDate.toUTC();
     const QDate day = date.date();
     QDateTime start;
     QDateTime end;
     switch (unit) {
     case KVCalendarUnitYear:
-        start = QDate(day.year(), 1, 1).startOfDay();
-        end = QDate(day.year() + 1, 1, 1).startOfDay();
+        start = QDate(day.year(), 1, 1).startOfDay(Qt::UTC);
+        end = QDate(day.year() + 1, 1, 1).startOfDay(Qt::UTC);
         break;
     case KVCalendarUnitMonth:
-        start = QDate(day.year(), day.month(), 1).startOfDay();
-        end = start.date().addMonths(1).startOfDay();
+        start = QDate(day.year(), day.month(), 1).startOfDay(Qt::UTC);
+        end = start.date().addMonths(1).startOfDay(Qt::UTC);
         break;
     case KVCalendarUnitDay:
-        // Local midnights: 23 hours in spring, 25 in autumn.
-        start = day.startOfDay();
-        end = day.addDays(1).startOfDay();
+        start = day.startOfDay(Qt::UTC);
+        end = day.addDays(1).startOfDay(Qt::UTC);
         break;
     case KVCalendarUnitHour:
-        start = floorToLocal(date, 3600);
+        start = floorToWallClock(date, 3600);
         end = start.addSecs(3600);
         break;
     case KVCalendarUnitMinute:
-        start = floorToLocal(date, 60);
+        start = floorToWallClock(date, 60);
         end = start.addSecs(60);
         break;
     case KVCalendarUnitSecond:
-        start = floorToLocal(date, 1);
+        start = floorToWallClock(date, 1);
         end = start.addSecs(1);
         break;
     case KVCalendarUnitDecade: {
         const int back = day.year() % 10;
-        start = QDate(day.year() - back, 1, 1).startOfDay();
+        start = QDate(day.year() - back, 1, 1).startOfDay(Qt::UTC);
         // Measured from the date moved back, not from the decade's start: the two differ by a
         // leap day when the date lies after February, and the axis has always used this length.
         const QDateTime moved = date.addYears(-back);
@@ -94,15 +92,13 @@ bool rangeOfKVCalendarUnit(KVCalendarUnit unit, QDateTime *startDate, double *in
         break;
     }
     case KVCalendarUnitSixHours: {
-        // Counted on the wall clock, so that on the day of a daylight-saving change the span still
-        // starts at 0, 6, 12 or 18 o'clock and not an hour off.
         const int hour = date.time().hour() / 6 * 6;
-        start = hour == 0 ? day.startOfDay() : QDateTime(day, QTime(hour, 0));
+        start = QDateTime(day, QTime(hour, 0), Qt::UTC);
         end = start.addSecs(6 * 3600);
         break;
     }
     case KVCalendarUnitTenMinutes:
-        start = floorToLocal(date, 60).addSecs(-(date.time().minute() % 10) * 60);
+        start = floorToWallClock(date, 60).addSecs(-(date.time().minute() % 10) * 60);
         end = start.addSecs(600);
         break;
     case KVCalendarUnitTenSeconds:
@@ -120,7 +116,7 @@ bool rangeOfKVCalendarUnit(KVCalendarUnit unit, QDateTime *startDate, double *in
 
 QDateTime dateByAddingComponents(const KVDateComponents &components, const QDateTime &date) {
     // Larger fields first, each clamped to its month on its own, as the calendar does it.
-    return date.toLocalTime()
+    return date.toUTC()
         .addYears(components.year)
         .addMonths(components.month)
         .addDays(components.day)

@@ -151,7 +151,7 @@ QString KVTimeScale::stringForDate(const QDateTime &date, KVCalendarUnit timeUni
     // One formatter for the ticks of every timeline, made on first use; the format is chosen per
     // call. No locale of its own: month names follow the user's.
     static const QLocale formatter;
-    const QDateTime local = date.toLocalTime();
+    const QDateTime local = date.toUTC();
     switch (timeUnit) {
     case KVCalendarUnitYear:
     case KVCalendarUnitDecade:
@@ -174,7 +174,7 @@ QString KVTimeScale::stringForDate(const QDateTime &date, KVCalendarUnit timeUni
 }
 
 QString KVTimeScale::headerStringForDate(const QDateTime &date, KVCalendarUnit viewTimeUnit) {
-    const QDate local = date.toLocalTime().date();
+    const QDate local = date.toUTC().date();
     switch (viewTimeUnit) {
     case KVCalendarUnitMonth:
         return QString::number(local.year());
@@ -200,5 +200,6 @@ double KVTimeScale::timeIntervalSince1970(const QDateTime &date) {
 }
 
 QDateTime KVTimeScale::dateWithTimeIntervalSince1970(double interval) {
-    return QDateTime::fromMSecsSinceEpoch(std::llround(interval * 1000.0)).toLocalTime();
+    // Wall-clock time, held in UTC like every capture date.
+    return QDateTime::fromMSecsSinceEpoch(std::llround(interval * 1000.0), Qt::UTC);
 }

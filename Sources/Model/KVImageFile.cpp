@@ -8,6 +8,7 @@
 #include "KVImageSource.h"
 #include "KVLog.h"
 #include "KVTypeIdentifier.h"
+#include "KVWallClock.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -21,12 +22,6 @@ std::function<void(const KVImageFileRef &)> removalHandler;
 
 QString trimmedString(const QVariant &value) {
     return value.isNull() ? QString() : value.toString().trimmed();
-}
-
-// The wall-clock text of EXIF, read in the process's current time zone. QDateTime rejects
-// impossible values ("2010:13:40 ..." or all zeros), which leaves the photo without a date.
-QDateTime parseExifDate(const QString &text) {
-    return QDateTime::fromString(text.trimmed(), QStringLiteral("yyyy:MM:dd HH:mm:ss"));
 }
 
 QString describe(const QVariantMap &exif) {
@@ -87,12 +82,20 @@ std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url, bool *timed
                 const QVariantMap exifProperties =
                     properties->value(KVImageSource::exifDictionaryKey).toMap();
                 QVariant dateText = exifProperties.value(KVImagePropertyKey::exifDateTimeOriginal);
-                if (dateText.isNull())
+                QVariant offsetText =
+                    exifProperties.value(KVImagePropertyKey::exifOffsetTimeOriginal);
+                if (dateText.isNull()) {
                     dateText = exifProperties.value(KVImagePropertyKey::exifDateTimeDigitized);
+                    offsetText = exifProperties.value(KVImagePropertyKey::exifOffsetTimeDigitized);
+                }
                 if (!dateText.isNull()) {
-                    const QDateTime date = parseExifDate(dateText.toString());
+                    const QDateTime date = KVWallClock::fromExifText(dateText.toString());
                     if (date.isValid())
                         exif.insert(KVImagePropertyKey::exifDateTimeOriginal, date);
+                    // Shown beside the date, never applied to it: the date stays wall-clock.
+                    if (date.isValid() && !offsetText.toString().trimmed().isEmpty())
+                        exif.insert(KVImagePropertyKey::exifOffsetTimeOriginal,
+                                    offsetText.toString().trimmed());
                 }
                 const QVariant serial =
                     exifProperties.value(KVImagePropertyKey::exifBodySerialNumber);
@@ -177,6 +180,10 @@ void KVImageFile::setExif(const QVariantMap &exif) {
 
 QDateTime KVImageFile::creationDate() const {
     return exif().value(KVImagePropertyKey::exifDateTimeOriginal).toDateTime();
+}
+
+QString KVImageFile::creationDateOffset() const {
+    return exif().value(KVImagePropertyKey::exifOffsetTimeOriginal).toString();
 }
 
 QString KVImageFile::camera() const {

@@ -56,6 +56,9 @@ public:
     void setExif(const QVariantMap &exif);
 
     QDateTime creationDate() const override;
+    // The zone offset the camera noted with the capture date ("+02:00"), or empty. The date
+    // itself is wall-clock time and never moved by it.
+    QString creationDateOffset() const;
     QString camera() const;
     QString model() const;
     QString serialNumber() const;

@@ -36,6 +36,8 @@ constexpr uint16_t interoperabilityPointer = 0xa005;
 constexpr uint16_t dateTimeOriginal = 0x9003;
 constexpr uint16_t dateTimeDigitized = 0x9004;
 constexpr uint16_t bodySerialNumber = 0xa431;
+constexpr uint16_t offsetTimeOriginal = 0x9011;
+constexpr uint16_t offsetTimeDigitized = 0x9012;
 } // namespace Tag
 
 // Text as the file stores it, up to the first NUL: trailing blanks and newlines stay. UTF-8
@@ -67,7 +69,8 @@ QString datumText(const Exiv2::Exifdatum &datum) {
 
 bool isTextTag(uint16_t tag) {
     return tag == Tag::make || tag == Tag::model || tag == Tag::dateTimeOriginal ||
-           tag == Tag::dateTimeDigitized || tag == Tag::bodySerialNumber;
+           tag == Tag::dateTimeDigitized || tag == Tag::bodySerialNumber ||
+           tag == Tag::offsetTimeOriginal || tag == Tag::offsetTimeDigitized;
 }
 
 // ASCII values as text, single numbers as numbers; lists, binary blobs and maker notes are left

@@ -69,6 +69,9 @@ namespace KVImagePropertyKey {
 inline const QString exifDateTimeOriginal = QStringLiteral("DateTimeOriginal");
 inline const QString exifDateTimeDigitized = QStringLiteral("DateTimeDigitized");
 inline const QString exifBodySerialNumber = QStringLiteral("BodySerialNumber");
+// The zone the camera noted beside its dates ("+01:00"), when it noted one.
+inline const QString exifOffsetTimeOriginal = QStringLiteral("OffsetTimeOriginal");
+inline const QString exifOffsetTimeDigitized = QStringLiteral("OffsetTimeDigitized");
 inline const QString tiffMake = QStringLiteral("Make");
 inline const QString tiffModel = QStringLiteral("Model");
 inline const QString orientation = QStringLiteral("Orientation");

@@ -5,6 +5,7 @@
 
 #include "KVRunProgress.h"
 #include "KVRunRecovery.h"
+#include "KVWallClock.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -50,7 +51,7 @@ QString KVCommandLine::bundlePath() {
 }
 
 QString KVCommandLine::dateText(const QDateTime &date) {
-    return date.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+    return KVWallClock::exifText(date);
 }
 
 QString KVCommandLine::offsetText(double seconds) {

@@ -5,6 +5,7 @@
 
 #include "KVCameraOffsetMemory.h"
 #include "KVRunProgress.h"
+#include "KVWallClock.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -40,8 +41,7 @@ std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
         if (argument == QLatin1String("--reference")) {
             options.reference = QFileInfo(arguments.at(++i)).absoluteFilePath();
         } else if (argument == QLatin1String("--base")) {
-            options.base =
-                QDateTime::fromString(arguments.at(++i), QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+            options.base = KVWallClock::fromExifText(arguments.at(++i));
             if (!options.base.isValid())
                 return std::nullopt;
         } else if (argument == QLatin1String("--match")) {

@@ -178,7 +178,8 @@ TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     const auto labels = m_view.imageFileDrawer()->labels();
     ASSERT_EQ(labels.size(), 4u);
     const auto &date = labels[0], &time = labels[1], &name = labels[2], &camera = labels[3];
-    EXPECT_EQ(time.text, photo->creationDate().toLocalTime().toString(QStringLiteral("HH:mm:ss")));
+    // The wall-clock time as stored (2008:05:30 15:56:01), in every zone.
+    EXPECT_EQ(time.text, QStringLiteral("15:56:01"));
     EXPECT_EQ(date.rect.topLeft(), QPointF(12, 5));
     EXPECT_EQ(name.text, QStringLiteral("Canon_40D.jpg"));
     EXPECT_DOUBLE_EQ(camera.rect.bottom(), 60 - 5.0);
@@ -187,6 +188,11 @@ TEST_F(KVDisplayViewTest, ImageFileLabelsAreTrimmedAndPlaced) {
     EXPECT_TRUE(longModel.startsWith(camera.text.chopped(1)));
     EXPECT_LE(labelWidth(longModel.left(camera.text.size())), 300 - 24.0);
     EXPECT_GT(labelWidth(longModel.left(camera.text.size() + 1)), 300 - 24.0);
+
+    // The zone the camera noted stands beside the time and never moves it.
+    exif.insert(KVImagePropertyKey::exifOffsetTimeOriginal, QStringLiteral("-07:00"));
+    photo->setExif(exif);
+    EXPECT_EQ(m_view.imageFileDrawer()->labels().at(1).text, QStringLiteral("15:56:01 -07:00"));
 }
 
 // A missing photo or string draws nothing, a message does; no queue or a strip too small for the

@@ -10,71 +10,72 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <ctime>
 #include <string>
 
 namespace {
 
-// Berlin time and English names, pinned before the formatters are made, as under ctest.
-[[maybe_unused]] const bool berlinEnglish = [] {
-    qputenv("TZ", "Europe/Berlin");
-    tzset();
+// English names, pinned before the formatters are made. The zone is the one the test runs in:
+// wall-clock dates must come out the same in every one.
+[[maybe_unused]] const bool english = [] {
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     return true;
 }();
 
-QDateTime local(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
-    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::LocalTime);
-}
-// For the autumn night, whose 02:xx happens twice in local time.
-QDateTime utc(int y, int mo, int d, int h, int mi = 0) {
-    return QDateTime(QDate(y, mo, d), QTime(h, mi), Qt::UTC);
+// A capture date: wall-clock fields, held in UTC.
+QDateTime wall(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::UTC);
 }
 
 constexpr double hour = 3600, day = 86400;
 
 using namespace KVCalendarExtensions;
 
-// Local starts; lengths as the clock runs, across 23- and 25-hour days and the repeated hour.
-TEST(KVCalendarExtensions, RangeOfUnitFindsLocalStartAndTrueLength) {
+// Starts on the wall clock, and every day 24 hours long: the days of the daylight-saving changes
+// in Berlin (31 March, 27 October 2024) and Los Angeles (10 March, 3 November 2024) too.
+TEST(KVCalendarExtensions, RangeOfUnitFindsWallClockStartAndLength) {
     const struct {
         KVCalendarUnit unit;
         QDateTime date, start;
         double length;
     } cases[] = {
-        {KVCalendarUnitMonth, local(2024, 3, 15), local(2024, 3, 1), 31 * day - hour},
-        {KVCalendarUnitDay, local(2024, 3, 31, 12), local(2024, 3, 31), 23 * hour},
-        {KVCalendarUnitDay, local(2024, 10, 27, 23, 30), local(2024, 10, 27), 25 * hour},
-        {KVCalendarUnitHour, utc(2024, 10, 27, 1, 30), utc(2024, 10, 27, 1), hour},
-        {KVCalendarUnitTenMinutes, utc(2024, 10, 27, 1, 47), utc(2024, 10, 27, 1, 40), 600},
-        {KVCalendarUnitSixHours, local(2024, 3, 31, 5, 30), local(2024, 3, 31), 21600},
-        {KVCalendarUnitTenSeconds, local(2012, 3, 7, 13, 47, 23, 600),
-         local(2012, 3, 7, 13, 47, 20, 600), 10},
+        {KVCalendarUnitMonth, wall(2024, 3, 15), wall(2024, 3, 1), 31 * day},
+        {KVCalendarUnitDay, wall(2024, 3, 31, 12), wall(2024, 3, 31), day},
+        {KVCalendarUnitDay, wall(2024, 10, 27, 23, 30), wall(2024, 10, 27), day},
+        {KVCalendarUnitDay, wall(2024, 3, 10, 2, 30), wall(2024, 3, 10), day},
+        {KVCalendarUnitHour, wall(2024, 10, 27, 2, 30), wall(2024, 10, 27, 2), hour},
+        {KVCalendarUnitHour, wall(2024, 3, 31, 2, 30), wall(2024, 3, 31, 2), hour},
+        {KVCalendarUnitTenMinutes, wall(2024, 11, 3, 1, 47), wall(2024, 11, 3, 1, 40), 600},
+        {KVCalendarUnitSixHours, wall(2024, 3, 31, 5, 30), wall(2024, 3, 31), 21600},
+        {KVCalendarUnitTenSeconds, wall(2012, 3, 7, 13, 47, 23, 600),
+         wall(2012, 3, 7, 13, 47, 20, 600), 10},
         // Measured from the date's day of the year: from 2023-03-15, the leap day of 2020 is out.
-        {KVCalendarUnitDecade, local(2023, 3, 15, 12), local(2020, 1, 1), 3652 * day},
-        {KVCalendarUnitDecade, local(2023, 1, 15), local(2020, 1, 1), 3653 * day}};
+        {KVCalendarUnitDecade, wall(2023, 3, 15, 12), wall(2020, 1, 1), 3652 * day},
+        {KVCalendarUnitDecade, wall(2023, 1, 15), wall(2020, 1, 1), 3653 * day}};
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.unit << " at " << c.date.toString().toStdString());
         QDateTime start;
         double length = -1;
         ASSERT_TRUE(rangeOfKVCalendarUnit(c.unit, &start, &length, c.date));
         EXPECT_EQ(start, c.start) << start.toString(Qt::ISODateWithMs).toStdString();
+        EXPECT_EQ(start.timeSpec(), Qt::UTC);
         EXPECT_DOUBLE_EQ(length, c.length);
-        EXPECT_EQ(start.toString(Qt::ISODate), start.toLocalTime().toString(Qt::ISODate));
     }
 }
 
-// Months from 31 January end in February; days and hours keep the wall clock across the changes.
+// Months from 31 January end in February; days and hours step on the wall clock, also through
+// the nights of the clock changes.
 TEST(KVCalendarExtensions, OneStepIsACalendarAddition) {
     const struct {
         KVCalendarUnit unit;
         QDateTime from, expected;
-    } cases[] = {{KVCalendarUnitMonth, local(2024, 1, 31, 10), local(2024, 2, 29, 10)},
-                 {KVCalendarUnitYear, local(2024, 2, 29), local(2025, 2, 28)},
-                 {KVCalendarUnitDay, local(2024, 10, 26, 12), local(2024, 10, 27, 12)},
-                 {KVCalendarUnitTenSeconds, local(2012, 3, 7, 13, 47, 20, 600),
-                  local(2012, 3, 7, 13, 47, 30, 600)},
-                 {KVCalendarUnitSecond, local(2012, 12, 31, 23, 59, 59), local(2013, 1, 1)}};
+    } cases[] = {{KVCalendarUnitMonth, wall(2024, 1, 31, 10), wall(2024, 2, 29, 10)},
+                 {KVCalendarUnitYear, wall(2024, 2, 29), wall(2025, 2, 28)},
+                 {KVCalendarUnitDay, wall(2024, 10, 26, 12), wall(2024, 10, 27, 12)},
+                 {KVCalendarUnitHour, wall(2024, 3, 31, 1), wall(2024, 3, 31, 2)},
+                 {KVCalendarUnitHour, wall(2024, 3, 10, 1), wall(2024, 3, 10, 2)},
+                 {KVCalendarUnitTenSeconds, wall(2012, 3, 7, 13, 47, 20, 600),
+                  wall(2012, 3, 7, 13, 47, 30, 600)},
+                 {KVCalendarUnitSecond, wall(2012, 12, 31, 23, 59, 59), wall(2013, 1, 1)}};
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.unit << " from " << c.from.toString().toStdString());
         const QDateTime next =
@@ -87,10 +88,10 @@ TEST(KVCalendarExtensions, OneStepIsACalendarAddition) {
 // also across the clock changes these walks pass.
 TEST(KVCalendarExtensions, SteppingFromASpanStartStaysOnSpanStarts) {
     const std::pair<KVCalendarUnit, QDateTime> cases[] = {
-        {KVCalendarUnitTenSeconds, utc(2024, 10, 27, 0, 55)},
-        {KVCalendarUnitHour, local(2024, 10, 26, 22)},
-        {KVCalendarUnitMonth, local(2019, 11, 30)},
-        {KVCalendarUnitDecade, local(1903, 1, 1)}};
+        {KVCalendarUnitTenSeconds, wall(2024, 10, 27, 1, 55)},
+        {KVCalendarUnitHour, wall(2024, 10, 26, 22)},
+        {KVCalendarUnitMonth, wall(2019, 11, 30)},
+        {KVCalendarUnitDecade, wall(1903, 1, 1)}};
     for (const auto &[unit, from] : cases) {
         SCOPED_TRACE(testing::Message() << unit << " from " << from.toString().toStdString());
         QDateTime tick, start;
@@ -153,7 +154,7 @@ TEST(KVTimeScale, TickLabelsNeverTouchAtAnyScale) {
 
 TEST(KVTimeScale, XAndInstantMapBothWays) {
     const auto seconds = &KVTimeScale::timeIntervalSince1970;
-    const QDateTime first = local(2014, 1, 1);
+    const QDateTime first = wall(2014, 1, 1);
     const double origin = seconds(first);
     const struct {
         QDateTime firstImageDate;
@@ -168,14 +169,14 @@ TEST(KVTimeScale, XAndInstantMapBothWays) {
         EXPECT_NEAR((timeScale.timeIntervalForX(c.x, c.scale) - c.instant) * c.scale, 0, 1e-3);
         EXPECT_NEAR(timeScale.offsetXForTimeInterval(c.instant, c.scale), c.x, 1e-3);
     }
-    // The span of the current unit; without photos, Berlin's first day of 1970.
-    EXPECT_EQ(KVTimeScale(local(2024, 10, 27, 18), 0.001).startScaleDate(), local(2024, 10, 27));
-    EXPECT_EQ(KVTimeScale(QDateTime(), 0.001).startScaleDate(), utc(1969, 12, 31, 23));
+    // The span of the current unit; without photos, the first day of 1970.
+    EXPECT_EQ(KVTimeScale(wall(2024, 10, 27, 18), 0.001).startScaleDate(), wall(2024, 10, 27));
+    EXPECT_EQ(KVTimeScale(QDateTime(), 0.001).startScaleDate(), wall(1970, 1, 1));
 }
 
-// Both in local time, whatever zone the date was made in.
-TEST(KVTimeScale, TickLabelAndRowHeaderInLocalTime) {
-    const QDateTime date = local(2012, 3, 7, 14, 5, 9), newYear = utc(2024, 12, 31, 23, 30);
+// Both show the wall-clock fields, in whatever zone the program runs.
+TEST(KVTimeScale, TickLabelAndRowHeaderShowTheWallClock) {
+    const QDateTime date = wall(2012, 3, 7, 14, 5, 9), newYear = wall(2024, 12, 31, 23, 30);
     const struct {
         KVCalendarUnit unit;
         QDateTime date;
@@ -187,8 +188,8 @@ TEST(KVTimeScale, TickLabelAndRowHeaderInLocalTime) {
                  {KVCalendarUnitHour, date, "14h", "March 7, 2012"},
                  {KVCalendarUnitMinute, date, "14h 05m", "March 7, 2012"},
                  {KVCalendarUnitSecond, date, "14:05:09", "March 7, 2012"},
-                 {KVCalendarUnitHour, utc(2024, 10, 27, 1), "02h", "October 27, 2024"},
-                 {KVCalendarUnitDay, newYear, "1", "January 2025"}};
+                 {KVCalendarUnitHour, wall(2024, 10, 27, 2), "02h", "October 27, 2024"},
+                 {KVCalendarUnitDay, newYear, "31", "December 2024"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(testing::Message() << c.unit << " " << c.tick);
         EXPECT_EQ(KVTimeScale::stringForDate(c.date, c.unit).toStdString(), c.tick);
@@ -212,7 +213,7 @@ TEST(KVTimeScaleDeathTest, ImpossibleUnitsStopWithTheAssertionText) {
     for (quint64 value : {0, 256, 0x30}) {
         SCOPED_TRACE(value);
         EXPECT_DEATH(
-            KVTimeScale::stringForDate(local(2012, 3, 7), static_cast<KVCalendarUnit>(value)),
+            KVTimeScale::stringForDate(wall(2012, 3, 7), static_cast<KVCalendarUnit>(value)),
             label);
     }
 }

@@ -3,6 +3,8 @@
 
 #include "KVManualDateTimeView.h"
 
+#include "KVWallClock.h"
+
 #include "KVDispatch.h"
 #include "KVManualDateTimeViewController.h"
 #include "ui_KVManualDateTimeView.h"
@@ -78,10 +80,10 @@ void KVManualDateTimeView::updateControls() {
     const QSignalBlocker blockDate(m_ui->dateControl);
     const QSignalBlocker blockTime(m_ui->timeControl);
     const QSignalBlocker blockCheckBox(m_ui->manualModeCheckBox);
-    const QDateTime date = m_controller.date().toLocalTime();
+    const QDateTime date = m_controller.date().toUTC();
     if (date.isValid())
         m_ui->dateControl->setDate(date.date());
-    const QDateTime time = m_controller.time().toLocalTime();
+    const QDateTime time = m_controller.time().toUTC();
     if (time.isValid())
         m_ui->timeControl->setTime(time.time());
     m_ui->manualModeCheckBox->setChecked(m_controller.isEtalonDateSet());
@@ -89,16 +91,16 @@ void KVManualDateTimeView::updateControls() {
 
 void KVManualDateTimeView::dateControlDidChange(const QDate &date) {
     // The date picker's value keeps its time of day; only the day is read from it.
-    const QDateTime previous = m_controller.date().toLocalTime();
+    const QDateTime previous = m_controller.date().toUTC();
     const QTime timeOfDay = previous.isValid() ? previous.time() : QTime(12, 0);
-    m_controller.setDate(QDateTime(date, timeOfDay));
+    m_controller.setDate(KVWallClock::fromFields(date, timeOfDay));
 }
 
 void KVManualDateTimeView::timeControlDidChange(const QTime &time) {
     // Likewise the time picker keeps its day; only the time of day is read from it.
-    const QDateTime previous = m_controller.time().toLocalTime();
+    const QDateTime previous = m_controller.time().toUTC();
     const QDate day = previous.isValid() ? previous.date() : m_ui->dateControl->date();
-    m_controller.setTime(QDateTime(day, time));
+    m_controller.setTime(KVWallClock::fromFields(day, time));
 }
 
 QPoint KVManualDateTimeView::popupPosition(const QRect &buttonRect, const QSize &popupSize,
