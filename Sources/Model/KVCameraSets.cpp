@@ -63,12 +63,22 @@ const QStringList &KVCameraSets::supportedFileTypes() {
 KVBaseOperationQueue &KVCameraSets::queue() {
     if (!m_queue) {
         m_queue = std::make_unique<KVBaseOperationQueue>();
+        // One model operation at a time, each on the sets the one before it left.
+        m_queue->setMaxConcurrentOperationCount(1);
         m_queue->addObserver(this, QStringLiteral("operationCount"));
     }
     return *m_queue;
 }
 
 void KVCameraSets::setImageFiles(const KVCameraSetsRef &imageFiles) {
+    {
+        std::lock_guard lock(m_latestMutex);
+        m_latestImageFiles = imageFiles;
+    }
+    installImageFiles(imageFiles);
+}
+
+void KVCameraSets::installImageFiles(const KVCameraSetsRef &imageFiles) {
     if (imageFiles == m_imageFiles)
         return;
     removeObserverForImageFiles(m_imageFiles);
@@ -152,13 +162,21 @@ QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory) {
     return urls;
 }
 
-void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files) {
+void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given) {
     for (const QUrl &url : urls) {
         const QFileInfo info(url.toLocalFile());
-        // A link to a folder is not a folder here: it is never entered, so a loop of links
-        // cannot trap the walk.
+        if (info.isDir() && info.isSymLink() && given) {
+            // A link the user gave is followed once, to the folder itself, so that its photos
+            // have one path however they were reached.
+            const QString target = info.canonicalFilePath();
+            if (!target.isEmpty())
+                walk(directoryContents(QUrl::fromLocalFile(target)), files, false);
+            continue;
+        }
+        // A link met inside a folder is not a folder here: it is never entered, so a loop of
+        // links cannot trap the walk.
         if (info.isDir() && !info.isSymLink())
-            walk(directoryContents(url), files);
+            walk(directoryContents(url), files, false);
         else
             files << url;
     }
@@ -167,7 +185,7 @@ void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files) {
 void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary &dictionary,
                                  QList<QVariantMap> &notAdded) {
     QList<QUrl> files;
-    walk(urls, files);
+    walk(urls, files, true);
 
     const QStringList &types = supportedFileTypes();
     struct Outcome {
@@ -257,9 +275,22 @@ void KVCameraSets::lockUI() {
         m_ui->addLockView();
 }
 
-void KVCameraSets::runModelOperation(std::function<KVModelResult()> work) {
-    auto operation = std::make_shared<KVInvocationOperation>(
-        [work = std::move(work)] { return QVariant::fromValue(work()); });
+KVCameraSetDictionary KVCameraSets::latestImageFiles() const {
+    std::lock_guard lock(m_latestMutex);
+    return m_latestImageFiles ? *m_latestImageFiles : KVCameraSetDictionary();
+}
+
+void KVCameraSets::runModelOperation(std::function<KVModelResult(KVCameraSetDictionary)> work) {
+    // The working copy is taken when the operation starts, not when it is queued: an import
+    // queued behind another builds on that one's result, so no photo of either is lost.
+    auto operation = std::make_shared<KVInvocationOperation>([this, work = std::move(work)] {
+        const KVModelResult result = work(latestImageFiles());
+        {
+            std::lock_guard lock(m_latestMutex);
+            m_latestImageFiles = result.files;
+        }
+        return QVariant::fromValue(result);
+    });
     {
         std::lock_guard lock(m_operationsMutex);
         m_modelOperations.push_back(operation);
@@ -288,15 +319,16 @@ void KVCameraSets::addNewFilesFromURLs(const QList<QUrl> &urls) {
         m_ui->setStartViewShown(false);
         m_ui->displayString(tr("Adding photos…"));
     }
-    runModelOperation([this, urls, copy = mutableCopyImageFiles()]() mutable {
+    runModelOperation([this, urls](KVCameraSetDictionary copy) {
         return addedAndSortedImageFiles(urls, std::move(copy));
     });
 }
 
 void KVCameraSets::reloadModel() {
     lockUI();
-    runModelOperation(
-        [this, copy = mutableCopyImageFiles()] { return removeInvalidImagesFromCameraSet(copy); });
+    runModelOperation([this](const KVCameraSetDictionary &copy) {
+        return removeInvalidImagesFromCameraSet(copy);
+    });
 }
 
 void KVCameraSets::removeFiles() {
@@ -321,7 +353,8 @@ void KVCameraSets::installResult(const KVModelResult &result) {
         const QList<QVariantMap> notAdded = result.notAddedFiles;
         dispatchMain([this, notAdded] { showNotAddedFiles(notAdded); });
     }
-    setImageFiles(result.files);
+    // The operations have moved the working sets on already; only the shown ones change here.
+    installImageFiles(result.files);
     chooseWhatToShowOnDisplay();
     if (m_ui)
         m_ui->reloadBrowser();

@@ -102,18 +102,25 @@ protected:
     void removeObserverForImageFiles(const KVCameraSetsRef &imageFiles);
     // A model operation finished: its result replaces the camera sets, on the main thread.
     void installResult(const KVModelResult &result);
-    void runModelOperation(std::function<KVModelResult()> work);
+    // Runs work on the model queue with the camera sets as the operation before it left them.
+    void runModelOperation(std::function<KVModelResult(KVCameraSetDictionary)> work);
+    KVCameraSetDictionary latestImageFiles() const;
     // Runs work on the main thread later, unless this object is gone by then.
     void dispatchMain(std::function<void()> work);
     void dispatchMainAfter(double seconds, std::function<void()> work);
 
 private:
+    void installImageFiles(const KVCameraSetsRef &imageFiles);
     static QList<QUrl> directoryContents(const QUrl &directory);
-    void walk(const QList<QUrl> &urls, QList<QUrl> &files);
+    // `given`: the URLs are those the user gave, not a folder's contents.
+    void walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given);
 
     KVUserInterface *m_ui;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
     KVCameraSetsRef m_imageFiles;
+    // The sets the next model operation starts from: those the last one made, or those set.
+    mutable std::mutex m_latestMutex;
+    KVCameraSetsRef m_latestImageFiles;
     std::unique_ptr<KVBaseOperationQueue> m_queue;
     std::mutex m_operationsMutex;
     std::vector<std::shared_ptr<KVInvocationOperation>> m_modelOperations;

@@ -11,18 +11,38 @@ void KVObservable::addObserver(KVObserver *observer, const QString &keyPath) {
 }
 
 void KVObservable::removeObserver(KVObserver *observer, const QString &keyPath) {
-    std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     // Like the platform's observing, one removal undoes one registration.
     auto it = std::find_if(m_registrations.begin(), m_registrations.end(), [&](const auto &r) {
         return r.observer == observer && r.keyPath == keyPath;
     });
     if (it != m_registrations.end())
         m_registrations.erase(it);
+    waitForDeliveriesLocked(lock, observer);
 }
 
 void KVObservable::removeObserver(KVObserver *observer) {
-    std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     std::erase_if(m_registrations, [&](const auto &r) { return r.observer == observer; });
+    waitForDeliveriesLocked(lock, observer);
+}
+
+// A notice to this observer under way on another thread ends before the removal returns, so the
+// caller may destroy the observer at once.
+void KVObservable::waitForDeliveriesLocked(std::unique_lock<std::mutex> &lock,
+                                           KVObserver *observer) {
+    const std::thread::id self = std::this_thread::get_id();
+    m_deliveryEnded.wait(lock, [&] {
+        return std::none_of(m_deliveries.begin(), m_deliveries.end(), [&](const Delivery &d) {
+            return d.observer == observer && d.thread != self;
+        });
+    });
+}
+
+bool KVObservable::isRegisteredLocked(const Registration &registration) const {
+    return std::any_of(m_registrations.begin(), m_registrations.end(), [&](const auto &r) {
+        return r.observer == registration.observer && r.keyPath == registration.keyPath;
+    });
 }
 
 bool KVObservable::hasObserver(KVObserver *observer, const QString &keyPath) const {
@@ -54,9 +74,29 @@ void KVObservable::didChangeValueForKey(const QString &key) {
         std::lock_guard lock(m_mutex);
         registrations = m_registrations;
     }
-    // Observers are called outside the lock so that they may observe or unobserve in turn.
+    // Observers are called outside the lock so that they may observe or unobserve in turn. Each
+    // call is announced under the lock and made only while still registered, so that a removal
+    // either comes first (no call) or waits for the call to end.
+    const std::thread::id self = std::this_thread::get_id();
     for (const Registration &r : registrations) {
-        if (affects(key, r.keyPath, 0))
-            r.observer->observeValueForKeyPath(r.keyPath, this);
+        if (!affects(key, r.keyPath, 0))
+            continue;
+        {
+            std::lock_guard lock(m_mutex);
+            if (!isRegisteredLocked(r))
+                continue;
+            m_deliveries.push_back({r.observer, self});
+        }
+        r.observer->observeValueForKeyPath(r.keyPath, this);
+        {
+            std::lock_guard lock(m_mutex);
+            const auto delivery =
+                std::find_if(m_deliveries.begin(), m_deliveries.end(), [&](const Delivery &d) {
+                    return d.observer == r.observer && d.thread == self;
+                });
+            if (delivery != m_deliveries.end())
+                m_deliveries.erase(delivery);
+        }
+        m_deliveryEnded.notify_all();
     }
 }

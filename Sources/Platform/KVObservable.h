@@ -6,7 +6,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <condition_variable>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 class KVObservable;
@@ -20,7 +22,9 @@ public:
 };
 
 // Key-value observing: observers register for named keys, and a change of a key also announces
-// every key that declares a dependency on it.
+// every key that declares a dependency on it. Once removeObserver returns, the observer is never
+// called again on any thread: it waits for a notice being delivered to that observer on another
+// thread (a notice on its own thread, the one it may be removing itself from, is not waited for).
 class KVObservable {
 public:
     KVObservable() = default;
@@ -45,8 +49,16 @@ private:
         KVObserver *observer;
         QString keyPath;
     };
+    struct Delivery {
+        KVObserver *observer;
+        std::thread::id thread;
+    };
     bool affects(const QString &changedKey, const QString &observedKey, int depth) const;
+    bool isRegisteredLocked(const Registration &registration) const;
+    void waitForDeliveriesLocked(std::unique_lock<std::mutex> &lock, KVObserver *observer);
 
     mutable std::mutex m_mutex;
+    std::condition_variable m_deliveryEnded;
     std::vector<Registration> m_registrations;
+    std::vector<Delivery> m_deliveries; // in flight
 };

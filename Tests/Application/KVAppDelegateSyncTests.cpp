@@ -153,7 +153,7 @@ TEST_F(KVAppDelegateSyncTest,
     KVManualDateTimeViewController &manual = m_delegate->manualDateTimeViewController();
     m_delegate->popoverWillShow();
     EXPECT_EQ(manual.fullDate(), photo(m_a1)->creationDate());
-    manual.setFullDate(QDateTime(QDate(2024, 6, 1), QTime(12, 30, 0)));
+    manual.setFullDate(QDateTime(QDate(2024, 6, 1), QTime(12, 30, 0), Qt::UTC));
     manual.setIsEtalonDateSet(true);
 
     ASSERT_TRUE(m_delegate->etalon());
@@ -185,7 +185,7 @@ TEST_F(KVAppDelegateSyncTest,
 
 TEST_F(KVAppDelegateSyncTest, ChoosingAPhotoAsReferenceSwitchesTheManualModeOff) {
     KVManualDateTimeViewController &manual = m_delegate->manualDateTimeViewController();
-    manual.setFullDate(QDateTime(QDate(2024, 6, 1), QTime(9, 0)));
+    manual.setFullDate(QDateTime(QDate(2024, 6, 1), QTime(9, 0), Qt::UTC));
     manual.setIsEtalonDateSet(true);
     ASSERT_TRUE(m_delegate->etalon());
     photo(m_a1)->setImageState(KVImageStateEtalon);

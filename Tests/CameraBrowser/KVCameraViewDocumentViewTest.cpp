@@ -22,7 +22,7 @@
 
 namespace {
 
-const QDateTime start(QDate(2021, 3, 27), QTime(9, 0), Qt::LocalTime);
+const QDateTime start(QDate(2021, 3, 27), QTime(9, 0), Qt::UTC);
 constexpr QSize rowSize(800, 120);
 
 class RecordingDelegate : public KVDocumentViewDelegate {
@@ -183,13 +183,13 @@ TEST_F(KVCameraViewDocumentViewTest, SidewaysWheelScrollsTheRowAndUpDownGoesToTh
 TEST_F(KVCameraViewDocumentViewTest, DoubleClickInTheScaleBandFillsTheRowWithTheSpan) {
     insert({0, 3600, 2 * 86400});
     ASSERT_EQ(view.currentCalendarUnit(), KVCalendarUnitDay);
-    // On 28 March 2021, the day Berlin's clocks go forward: 23 hours long.
+    // On 28 March 2021, the day Berlin's clocks went forward: a camera's day of 24 hours.
     QTest::mouseDClick(&view, Qt::LeftButton, Qt::NoModifier, QPoint(400, 5));
-    EXPECT_DOUBLE_EQ(view.scale(), rowSize.width() / (23 * 3600.0));
+    EXPECT_DOUBLE_EQ(view.scale(), rowSize.width() / (24 * 3600.0));
     EXPECT_EQ(delegate.scalesWithoutSlider, std::vector<double>{view.scale()});
     EXPECT_EQ(KVTimeScale::dateWithTimeIntervalSince1970(
                   view.timeIntervalForX(view.visibleOriginX(), view.scale())),
-              QDate(2021, 3, 28).startOfDay());
+              QDate(2021, 3, 28).startOfDay(Qt::UTC));
     // Below the band a double click on the strip does nothing.
     QTest::mouseDClick(&view, Qt::LeftButton, Qt::NoModifier, QPoint(400, 30));
     EXPECT_EQ(delegate.scalesWithoutSlider.size(), 1u);

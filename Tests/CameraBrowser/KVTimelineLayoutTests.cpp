@@ -30,11 +30,12 @@ namespace {
 constexpr QSizeF row(800, 100);
 constexpr double hour = 3600;
 constexpr double day = 86400;
-// 28 March 2021 lost an hour and starts 15 h after the first photo; 31 October gained one.
+// 28 March and 31 October 2021, when Berlin's clocks changed: plain days of a camera's clock.
 constexpr double springDay = 15 * hour;
-constexpr double autumnDay = 218 * day - 10 * hour;
+constexpr double autumnDay = 218 * day - 9 * hour;
 
-const QDateTime start(QDate(2021, 3, 27), QTime(9, 0), Qt::LocalTime);
+// Capture dates are wall-clock time, held in UTC.
+const QDateTime start(QDate(2021, 3, 27), QTime(9, 0), Qt::UTC);
 
 QDateTime at(double seconds) {
     return start.addMSecs(qint64(std::llround(seconds * 1000)));
@@ -266,8 +267,8 @@ TEST(KVTimelineLayout, DoubleClickOnTheScaleBandFillsTheRowWithTheClickedSpan) {
         const char *name;
         double clickedOffset, expectedScale, expectedOriginX;
     } cases[] = {
-        {"autumn day of 25 hours", autumnDay + 20 * hour, 800 / (25 * hour),
-         autumnDay * 800 / (25 * hour)},
+        {"autumn day of the clock change, 24 hours", autumnDay + 20 * hour, 800 / (24 * hour),
+         autumnDay * 800 / (24 * hour)},
         {"last day, scrolled to the end", 250 * day, 800 / day, 250 * 800 + 111 - 800},
     };
     for (const auto &c : cases) {
@@ -287,13 +288,13 @@ TEST(KVTimelineLayout, DoubleClickOnTheScaleBandFillsTheRowWithTheClickedSpan) {
     }
 }
 
-// Hours across the skipped and the repeated one; the first tick starts the hour under the left
-// edge.
-TEST(KVTimelineLayout, HourTicksFollowTheLocalClockAcrossTheChanges) {
+// Hours through the nights the local clocks skip or repeat one: the camera's clock did neither,
+// so the row never gains or loses an hour. The first tick starts the hour under the left edge.
+TEST(KVTimelineLayout, HourTicksFollowTheWallClockAcrossTheChanges) {
     const struct {
         double from;
         const char *labels;
-    } cases[] = {{springDay, "00h|01h|03h"}, {autumnDay, "00h|01h|02h|02h|03h"}};
+    } cases[] = {{springDay, "00h|01h|02h|03h"}, {autumnDay, "00h|01h|02h|03h"}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.labels);
         KVTimelineLayout layout = timeline({0, 250 * day});

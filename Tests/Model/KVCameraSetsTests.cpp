@@ -244,6 +244,43 @@ TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash)
     EXPECT_EQ(reasons.value("PhaseOne-hang.iiq"), "Reading the file took too long.");
 }
 
+// Two drops in quick succession, a second launch handing over files, a reload between them:
+// each runs on the sets the one before left, so no photo of any is lost.
+TEST_F(KVCameraSetsTest, ImportsQueuedBackToBackEachKeepTheOthersPhotos) {
+    const QStringList a = KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"},
+                                              m_folder.path() + "/a");
+    const QStringList b = KVTest::copySamples(
+        {"cameras/Sony_HDR-HC3.jpg", "cameras/Pentax_K10D.jpg"}, m_folder.path() + "/b");
+    const QStringList c =
+        KVTest::copySamples({"cameras/Olympus_C8080WZ.jpg"}, m_folder.path() + "/c");
+    const int reloads = m_ui.browserReloadCount();
+    m_model.openFiles({m_folder.path() + "/a"});
+    m_model.openFiles({m_folder.path() + "/b"});
+    m_model.reloadModel();
+    m_model.openFiles(c);
+    ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.browserReloadCount() >= reloads + 4; }));
+    EXPECT_EQ(m_model.numberOfCamerasInBrowser(), 5);
+    EXPECT_FALSE(m_model.isProcessingPathes());
+    // The next import starts from what is shown.
+    add({m_folder.path() + "/a"});
+    EXPECT_EQ(m_model.numberOfCamerasInBrowser(), 5);
+}
+
+// A link to a folder that the user gives is walked, once, under the folder's own path; links
+// met inside folders are not followed.
+TEST_F(KVCameraSetsTest, AGivenLinkToAFolderIsWalkedOnceAndInnerLinksAreNot) {
+    const QString real = m_folder.path() + "/card";
+    KVTest::copySamples({"cameras/Canon_40D.jpg"}, real);
+    KVTest::copySamples({"cameras/Nikon_D70.jpg"}, m_folder.path() + "/elsewhere");
+    ASSERT_TRUE(QFile::link(m_folder.path() + "/elsewhere", real + "/inner"));
+    ASSERT_TRUE(QFile::link(real, m_folder.path() + "/link"));
+    add({m_folder.path() + "/link", real});
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 1);
+    EXPECT_EQ(m_model.imagesForCameraWithIndex(0).size(), 1u);
+    EXPECT_EQ(m_model.imagesForCameraWithIndex(0).at(0)->path(), real + "/Canon_40D.jpg");
+    EXPECT_EQ(refusals(), (QMap<QString, QString>{{"inner", "Unsupported file format."}}));
+}
+
 TEST_F(KVCameraSetsTest, ReloadDropsTrashedAndDeletedPhotosAndEmptiedCameras) {
     const QStringList copies = KVTest::copySamples(
         {"cameras/Canon_40D.jpg", "cameras/Canon_PowerShot_S40.jpg", "cameras/Sony_HDR-HC3.jpg"},

@@ -249,3 +249,32 @@ TEST(KVImageSource, AParseThatRunsOutOfTimeEndsAndSaysSo) {
     // A bound far above the limit's few rounds, far below a hang.
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(8));
 }
+
+// Another program rewrites a TIFF-based photo in place, cutting it short and writing it back,
+// while readers read it: they may get odd bytes, but never a fault (a mapped file that shrinks
+// kills the reader with SIGBUS).
+TEST(KVImageSource, AFileRewrittenWhileItIsReadNeverFaults) {
+    QTemporaryDir folder;
+    const QString path = KVTest::copySamples({"raw/Nikon.nef"}, folder.path()).value(0);
+    const QByteArray bytes = KVTest::readFile(path);
+    std::atomic<bool> stop{false};
+    std::jthread writer([&] {
+        QFile file(path);
+        while (!stop && file.open(QIODevice::ReadWrite)) {
+            file.resize(64);
+            file.seek(0);
+            file.write(bytes);
+            file.close();
+        }
+    });
+    int opened = 0;
+    for (int i = 0; i < 300; ++i) {
+        if (const auto source = KVImageSource::createWithPath(path)) {
+            ++opened;
+            source->copyPropertiesAtIndex0();
+            source->createThumbnail(256);
+        }
+    }
+    stop = true;
+    EXPECT_GT(opened, 0);
+}

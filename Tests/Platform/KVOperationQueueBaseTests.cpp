@@ -125,6 +125,47 @@ TEST(KVObservable, ChangesReachDependentKeysThroughEveryLevelAndObserversMayLeav
     EXPECT_EQ(oneShot.calls, 1);
 }
 
+// A worker keeps changing a key while the main thread registers observers, removes them and
+// destroys them at once: no call may reach an observer after its removal returned (under
+// AddressSanitizer a late call would also be a use after free).
+TEST(KVObservable, NoCallReachesAnObserverAfterItsRemovalReturned) {
+    struct Slow : KVObserver {
+        void observeValueForKeyPath(const QString &, KVObservable *) override {
+            if (removed.load())
+                ++lateCalls;
+            ++calls;
+            // A call long enough for the removal to come while it runs.
+            std::this_thread::yield();
+            std::this_thread::yield();
+        }
+        std::atomic<bool> removed{false};
+        std::atomic<int> calls{0};
+        std::atomic<int> &lateCalls;
+        explicit Slow(std::atomic<int> &late)
+            : lateCalls(late) {}
+    };
+    Derived object;
+    std::atomic<bool> stop{false};
+    std::atomic<int> lateCalls{0};
+    std::thread worker([&] {
+        while (!stop)
+            object.didChangeValueForKey("files");
+    });
+    for (int round = 0; round < 200; ++round) {
+        auto observer = std::make_unique<Slow>(lateCalls);
+        object.addObserver(observer.get(), "possible");
+        ASSERT_TRUE(KVTest::waitFor([&] { return observer->calls.load() > 0; }));
+        object.removeObserver(observer.get(), "possible");
+        observer->removed = true;
+        const int callsAtRemoval = observer->calls.load();
+        observer.reset();
+        EXPECT_GE(callsAtRemoval, 1);
+    }
+    stop = true;
+    worker.join();
+    EXPECT_EQ(lateCalls.load(), 0);
+}
+
 TEST(KVParallelFor, VisitsEveryIndexExactlyOnce) {
     for (size_t count : {size_t(0), size_t(1), size_t(1000)}) {
         std::vector<std::atomic<int>> visits(count);

@@ -4,6 +4,7 @@
 #include "KVCameraSets.h"
 #include "KVHeadlessUserInterface.h"
 #include "KVTestSupport.h"
+#include "KVWallClock.h"
 
 #include <QDir>
 #include <QFile>
@@ -60,9 +61,11 @@ TEST(KVDemoEvent, ModelReadsEveryCameraAndEachSceneIsOneMomentMinusTheClockError
             const QJsonValue photo = photos[qsizetype(i)];
             EXPECT_EQ(files[i]->name(), photo["file"].toString());
             EXPECT_EQ(files[i]->creationDate().addSecs(-clockError),
-                      QDateTime::fromString(photo["moment"].toString(), "yyyy:MM:dd HH:mm:ss"))
+                      KVWallClock::fromExifText(photo["moment"].toString()))
                 << qPrintable(files[i]->name());
-            EXPECT_EQ(QFileInfo(files[i]->path()).lastModified(), files[i]->creationDate());
+            // The file's time is the instant the local clock showed the capture time.
+            EXPECT_EQ(QFileInfo(files[i]->path()).lastModified(),
+                      KVWallClock::localInstant(files[i]->creationDate()));
         }
         // The embedded thumbnail is what the model shows, not a reduction of the picture.
         EXPECT_EQ(files.front()->thumbnailData().size(), QSize(160, 107));
@@ -76,8 +79,7 @@ TEST(KVDemoEvent, ModelReadsEveryCameraAndEachSceneIsOneMomentMinusTheClockError
     ASSERT_GE(root["scenes"].toArray().size(), 8);
     int scenesOfEveryCamera = 0;
     for (const QJsonValue &scene : root["scenes"].toArray()) {
-        const QDateTime moment =
-            QDateTime::fromString(scene["moment"].toString(), "yyyy:MM:dd HH:mm:ss");
+        const QDateTime moment = KVWallClock::fromExifText(scene["moment"].toString());
         const QJsonObject photos = scene["photos"].toObject();
         EXPECT_GE(photos.size(), 3) << qPrintable(scene["name"].toString());
         scenesOfEveryCamera += photos.size() == clockErrors.size();

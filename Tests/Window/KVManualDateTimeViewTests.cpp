@@ -14,22 +14,29 @@
 
 #include <thread>
 
+namespace {
+// The base date is a wall-clock date, held in UTC like every capture date.
+QDateTime wall(const QDate &date, const QTime &time) {
+    return QDateTime(date, time, Qt::UTC);
+}
+} // namespace
+
 TEST(KVManualDateTimeView, PickersAndModelFollowEachOther) {
     KVManualDateTimeViewController controller;
     // Both pickers start on another day, so a day taken from the wrong picker shows.
-    controller.setFullDate(QDateTime(QDate(2001, 12, 31), QTime(23, 59, 58)));
+    controller.setFullDate(wall(QDate(2001, 12, 31), QTime(23, 59, 58)));
     KVManualDateTimeView view(controller);
     view.dateControl()->setDate(QDate(2014, 3, 5));
     view.timeControl()->setTime(QTime(7, 8, 9));
-    EXPECT_EQ(controller.fullDate(), QDateTime(QDate(2014, 3, 5), QTime(7, 8, 9)));
+    EXPECT_EQ(controller.fullDate(), wall(QDate(2014, 3, 5), QTime(7, 8, 9)));
     view.manualModeCheckBox()->click();
     EXPECT_TRUE(controller.isEtalonDateSet());
 
     // The model drops milliseconds; a change made off the main thread still reaches the pickers.
-    controller.setFullDate(QDateTime(QDate(2011, 7, 1), QTime(13, 14, 15, 900)));
-    EXPECT_EQ(controller.fullDate(), QDateTime(QDate(2011, 7, 1), QTime(13, 14, 15)));
+    controller.setFullDate(wall(QDate(2011, 7, 1), QTime(13, 14, 15, 900)));
+    EXPECT_EQ(controller.fullDate(), wall(QDate(2011, 7, 1), QTime(13, 14, 15)));
     std::thread([&] {
-        controller.setFullDate(QDateTime(QDate(2020, 2, 29), QTime(6, 0, 1)));
+        controller.setFullDate(wall(QDate(2020, 2, 29), QTime(6, 0, 1)));
         controller.setIsEtalonDateSet(false);
     }).join();
     EXPECT_TRUE(KVTest::waitFor([&] {
@@ -50,7 +57,7 @@ TEST(KVManualDateTimeView, ShowBelowAsksTheDelegateFirstAndStaysOnScreen) {
     bool wasVisibleWhenAsked = true;
     view.setWillShowHandler([&] {
         wasVisibleWhenAsked = view.isVisible();
-        controller.setFullDate(QDateTime(QDate(2015, 6, 7), QTime(8, 9, 10)));
+        controller.setFullDate(wall(QDate(2015, 6, 7), QTime(8, 9, 10)));
     });
     view.showBelow(button);
     EXPECT_TRUE(!wasVisibleWhenAsked && view.isVisible());
