@@ -287,8 +287,7 @@ void KVImageFile::setImageState(KVImageState state) {
 }
 
 void KVImageFile::presentedItemDidMoveToPath(const QString &newPath) {
-    const QString trash = KVFileCoordinator::trashFilesPath();
-    if (!trash.isEmpty() && newPath.startsWith(trash)) {
+    if (KVFileCoordinator::isTrashPath(newPath)) {
         setImageState(KVImageStateRemoved);
         std::function<void(const KVImageFileRef &)> handler;
         {

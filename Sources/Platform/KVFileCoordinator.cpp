@@ -20,7 +20,10 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
+#include <deque>
 #include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <unordered_map>
 #include <vector>
 
@@ -35,6 +38,25 @@ constexpr std::chrono::milliseconds kPairWindow(500);
 constexpr std::chrono::seconds kRecoveryWindow(10);
 // At most this many items of a Trash that has just appeared are looked at.
 constexpr int kRecoveryScanLimit = 512;
+// A file that left its folder for one nobody watches is looked for by its identity, among at
+// most this many entries, at most this many folders below its folder's parent.
+constexpr int kMovedFileScanLimit = 20000;
+constexpr int kMovedFileScanDepth = 3;
+
+// Which file a path names: device and inode, never following a link. Zero inode when absent.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool isValid() const { return inode != 0; }
+    bool operator==(const FileIdentity &) const = default;
+};
+
+FileIdentity identityOf(const QString &path) {
+    struct stat info {};
+    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return {info.st_dev, info.st_ino};
+}
 
 QString normalizedPath(const QString &path) {
     if (path.isEmpty())
@@ -92,6 +114,7 @@ private:
     struct Registration {
         std::weak_ptr<KVFilePresenter> presenter;
         QString path;
+        FileIdentity identity;
     };
     struct PendingMove {
         std::vector<QString> sources;
@@ -118,6 +141,8 @@ private:
     void updateTrashLocked();
     void recoverTrashItemsLocked(const QString &trash);
     void expirePendingLocked(Clock::time_point now, std::vector<Delivery> &deliveries);
+    void refreshIdentityLocked(const QString &path);
+    QString findMovedFileLocked(const QString &source) const;
     std::chrono::milliseconds nextTimeoutLocked(Clock::time_point now) const;
 
     std::mutex m_mutex;
@@ -163,7 +188,7 @@ void Coordinator::add(const std::shared_ptr<KVFilePresenter> &presenter) {
             m_folders->retain(folderOf(path));
         unregisterLocked(raw);
         if (!path.isEmpty()) {
-            m_registrations[raw] = Registration{presenter, path};
+            m_registrations[raw] = Registration{presenter, path, identityOf(path)};
             m_byPath[path].push_back(raw);
         }
         sweepDeadPresentersLocked();
@@ -344,8 +369,16 @@ void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Deliver
         }
         for (const QString &source : pending->second.sources) {
             const auto recovered = m_recovered.find(source);
-            if (recovered == m_recovered.end() || recovered->second.until < now)
+            if (recovered == m_recovered.end() || recovered->second.until < now) {
+                // Moved to a folder nobody watches: found by its identity where a move most
+                // likely took it, else left for the vanished-file check.
+                if (m_byPath.count(source) != 0) {
+                    const QString found = findMovedFileLocked(source);
+                    if (!found.isEmpty())
+                        movePresentersLocked(source, found, deliveries);
+                }
                 continue;
+            }
             const QString trashPath = recovered->second.trashPath;
             m_recovered.erase(recovered);
             // Only if the item is still in the Trash under the name it had.
@@ -355,6 +388,72 @@ void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Deliver
         pending = m_pending.erase(pending);
     }
     std::erase_if(m_recovered, [now](const auto &item) { return item.second.until < now; });
+}
+
+// A file was written anew under a registered path (a new version renamed over the photo): its
+// identity is the new file's from now on.
+void Coordinator::refreshIdentityLocked(const QString &path) {
+    const auto found = m_byPath.find(path);
+    if (found == m_byPath.end())
+        return;
+    const FileIdentity identity = identityOf(path);
+    for (const KVFilePresenter *raw : found->second)
+        m_registrations.at(raw).identity = identity;
+}
+
+// Where the file of `source` went, by its identity: the trash folders of its volume and the
+// user's, then the folders around it. Empty when it is not found there.
+QString Coordinator::findMovedFileLocked(const QString &source) const {
+    const auto indexed = m_byPath.find(source);
+    if (indexed == m_byPath.end() || indexed->second.empty())
+        return {};
+    const FileIdentity identity = m_registrations.at(indexed->second.front()).identity;
+    if (!identity.isValid())
+        return {};
+
+    // The volume's top: the last folder up from the source on the same device.
+    QString top = folderOf(source);
+    while (top != QLatin1String("/")) {
+        const FileIdentity parent = identityOf(folderOf(top));
+        if (!parent.isValid() || parent.device != identity.device)
+            break;
+        top = folderOf(top);
+    }
+    const QString uid = QString::number(::getuid());
+    const QStringList trashes = {m_trashLocation, joinPath(top, ".Trash-" + uid + "/files"),
+                                 joinPath(top, ".Trash/" + uid + "/files")};
+    int scanned = 0;
+    for (const QString &trash : trashes) {
+        QDirIterator items(trash,
+                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        while (items.hasNext() && scanned++ < kMovedFileScanLimit) {
+            const QString item = items.next();
+            if (identityOf(item) == identity)
+                return item;
+        }
+    }
+
+    // Breadth first from the folder above the source's, links never followed.
+    std::deque<std::pair<QString, int>> folders{{folderOf(folderOf(source)), 0}};
+    while (!folders.empty() && scanned < kMovedFileScanLimit) {
+        const auto [folder, depth] = folders.front();
+        folders.pop_front();
+        QDirIterator entries(folder,
+                             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        while (entries.hasNext() && scanned++ < kMovedFileScanLimit) {
+            const QString entry = entries.next();
+            const QFileInfo info = entries.fileInfo();
+            if (info.isSymLink())
+                continue;
+            if (info.isDir()) {
+                if (depth < kMovedFileScanDepth)
+                    folders.push_back({entry, depth + 1});
+            } else if (identityOf(entry) == identity) {
+                return entry;
+            }
+        }
+    }
+    return {};
 }
 
 std::chrono::milliseconds Coordinator::nextTimeoutLocked(Clock::time_point now) const {
@@ -393,6 +492,10 @@ std::chrono::milliseconds Coordinator::handleEvents(const std::vector<KVInotifyE
                 for (const QString &folder : folders)
                     pending.sources.push_back(joinPath(folder, event.name));
                 m_pending[event.cookie] = std::move(pending);
+            }
+            if (event.mask & (IN_MOVED_TO | IN_CREATE)) {
+                for (const QString &folder : folders)
+                    refreshIdentityLocked(joinPath(folder, event.name));
             }
             if (event.mask & IN_MOVED_TO) {
                 const auto pending = m_pending.find(event.cookie);
@@ -494,6 +597,16 @@ KVBaseOperationQueue &presenterQueue() {
         return created;
     }();
     return *queue;
+}
+
+bool isTrashPath(const QString &path) {
+    const QString home = trashFilesPath();
+    if (!home.isEmpty() && path.startsWith(home + QLatin1Char('/')))
+        return true;
+    // The trash of another volume: <top>/.Trash-<uid>/files or <top>/.Trash/<uid>/files.
+    const QString uid = QString::number(::getuid());
+    return path.contains(QStringLiteral("/.Trash-") + uid + QStringLiteral("/files/")) ||
+           path.contains(QStringLiteral("/.Trash/") + uid + QStringLiteral("/files/"));
 }
 
 QString trashFilesPath() {

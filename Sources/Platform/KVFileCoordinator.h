@@ -20,4 +20,7 @@ void removeFilePresenter(const KVFilePresenter *presenter);
 KVBaseOperationQueue &presenterQueue();
 // $XDG_DATA_HOME/Trash/files (default ~/.local/share/Trash/files), or empty when absent.
 QString trashFilesPath();
+// Whether the path lies in a trash: the user's, or that of any volume (<top>/.Trash-<uid>/files,
+// <top>/.Trash/<uid>/files).
+bool isTrashPath(const QString &path);
 } // namespace KVFileCoordinator

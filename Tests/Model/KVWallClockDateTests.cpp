@@ -4,7 +4,7 @@
 // Capture dates around the daylight-saving changes of Berlin and Los Angeles, read from and
 // written into real photos through exiftool. CTest runs these in both zones.
 
-#include "KVDateWriter.h"
+#include "KVPhotoWriter.h"
 #include "KVImageFile.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"

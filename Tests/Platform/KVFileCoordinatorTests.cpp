@@ -16,6 +16,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <sys/mount.h>
+#include <unistd.h>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -147,6 +149,31 @@ TEST_F(KVFileCoordinatorTest, RenamesAndMovesAreFollowedAndReportedOnThePresente
                          m_trash + u"/four.jpg"_s});
 }
 
+// Moves to folders nobody watches, on a volume of their own: into a folder further down, and
+// into that volume's trash. Both are found by the file's identity; the trash counts as one.
+TEST_F(KVFileCoordinatorTest, MovesToUnwatchedFoldersAndAnotherVolumesTrashAreFollowed) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "mounting a tmpfs needs root";
+    const QString volume = folder(u"volume"_s);
+    ASSERT_EQ(::mount("tmpfs", QFile::encodeName(volume).constData(), "tmpfs", 0, "size=8m"), 0);
+    const QString photos = volume + u"/photos"_s, archive = volume + u"/archive/2024"_s;
+    const QString trash = volume + u"/.Trash-0/files"_s;
+    ASSERT_TRUE(QDir().mkpath(photos) && QDir().mkpath(archive) && QDir().mkpath(trash));
+    const PresenterRef archived = presenterFor(photos + u"/a.jpg"_s);
+    const PresenterRef trashed = presenterFor(photos + u"/b.jpg"_s);
+
+    ASSERT_TRUE(mv(photos + u"/a.jpg"_s, archive + u"/a.jpg"_s));
+    ASSERT_TRUE(mv(photos + u"/b.jpg"_s, trash + u"/b.2.jpg"_s));
+    expectMoves(archived, {archive + u"/a.jpg"_s});
+    expectMoves(trashed, {trash + u"/b.2.jpg"_s});
+    EXPECT_TRUE(KVFileCoordinator::isTrashPath(trash + u"/b.2.jpg"_s));
+    EXPECT_FALSE(KVFileCoordinator::isTrashPath(archive + u"/a.jpg"_s));
+
+    for (const PresenterRef &presenter : m_presenters)
+        KVFileCoordinator::removeFilePresenter(presenter.get());
+    EXPECT_EQ(::umount2(QFile::encodeName(volume).constData(), MNT_DETACH), 0);
+}
+
 // Each case ends in a rename that would reach the presenter if it were still wrongly indexed.
 TEST_F(KVFileCoordinatorTest, PresentersThatMustNotBeCalledAreNot) {
     const PresenterRef twice = presenterFor(m_photos + u"/twice.jpg"_s);
@@ -213,7 +240,8 @@ TEST_F(KVFileCoordinatorTest, ItemMovedInBeforeTheTrashWasWatchedIsFoundByItsOri
     const PresenterRef later = presenterFor(m_photos + u"/later.jpg"_s);
 
     // Items go into a Trash not yet in place, which then appears whole with its info files; the
-    // presenter's own IMG_0001.JPG left unpaired, the trashed one is another camera's.
+    // presenter's own IMG_0001.JPG left for a folder nobody watches, the trashed one of that name
+    // is another camera's.
     const QString staging = folder(u"staging/Trash"_s);
     ASSERT_TRUE(
         QFile(folder(staging + u"/files"_s) + u"/IMG_0001.JPG"_s).open(QIODevice::WriteOnly));
@@ -225,7 +253,8 @@ TEST_F(KVFileCoordinatorTest, ItemMovedInBeforeTheTrashWasWatchedIsFoundByItsOri
 
     expectMoves(trashed, {m_trash + u"/IMG 7.jpg"_s});
     flushNotices(); // runs any notice queued with the one above
-    EXPECT_EQ(sameName->moves(), QStringList());
+    // Found where it went, by its identity, never taken for the trashed one of its name.
+    expectMoves(sameName, {elsewhere + u"/IMG_0001.JPG"_s});
     // The Trash that appeared late is watched.
     ASSERT_TRUE(mv(m_photos + u"/later.jpg"_s, m_trash + u"/later.jpg"_s));
     expectMoves(later, {m_trash + u"/later.jpg"_s});
