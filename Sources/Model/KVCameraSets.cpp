@@ -3,6 +3,7 @@
 
 #include "KVCameraSets.h"
 
+#include "KVKeyPath.h"
 #include "KVDispatch.h"
 #include "KVImageSource.h"
 #include "KVParallelFor.h"
@@ -65,7 +66,7 @@ KVBaseOperationQueue &KVCameraSets::queue() {
         m_queue = std::make_unique<KVBaseOperationQueue>();
         // One model operation at a time, each on the sets the one before it left.
         m_queue->setMaxConcurrentOperationCount(1);
-        m_queue->addObserver(this, QStringLiteral("operationCount"));
+        m_queue->addObserver(this, KVKeyPath::operationCount);
     }
     return *m_queue;
 }
@@ -84,7 +85,7 @@ void KVCameraSets::installImageFiles(const KVCameraSetsRef &imageFiles) {
     removeObserverForImageFiles(m_imageFiles);
     m_imageFiles = imageFiles;
     addObserverForImageFiles(m_imageFiles);
-    didChangeValueForKey(QStringLiteral("imageFiles"));
+    didChangeValueForKey(KVKeyPath::imageFiles);
 }
 
 void KVCameraSets::forEachImageFile(const KVCameraSetsRef &imageFiles,
@@ -99,15 +100,15 @@ void KVCameraSets::forEachImageFile(const KVCameraSetsRef &imageFiles,
 
 void KVCameraSets::addObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
     forEachImageFile(imageFiles, [this](const KVImageFileRef &file) {
-        file->addObserver(this, QStringLiteral("imageState"));
-        file->addObserver(this, QStringLiteral("url"));
+        file->addObserver(this, KVKeyPath::imageState);
+        file->addObserver(this, KVKeyPath::url);
     });
 }
 
 void KVCameraSets::removeObserverForImageFiles(const KVCameraSetsRef &imageFiles) {
     forEachImageFile(imageFiles, [this](const KVImageFileRef &file) {
-        file->removeObserver(this, QStringLiteral("imageState"));
-        file->removeObserver(this, QStringLiteral("url"));
+        file->removeObserver(this, KVKeyPath::imageState);
+        file->removeObserver(this, KVKeyPath::url);
     });
 }
 
@@ -295,7 +296,7 @@ void KVCameraSets::runModelOperation(std::function<KVModelResult(KVCameraSetDict
         std::lock_guard lock(m_operationsMutex);
         m_modelOperations.push_back(operation);
     }
-    operation->addObserver(this, QStringLiteral("isFinished"));
+    operation->addObserver(this, KVKeyPath::isFinished);
     queue().addOperation(operation);
 }
 
@@ -439,20 +440,19 @@ QString KVCameraSets::noteForCameraWithIndex(int, bool *isWarning) const {
 
 QStringList KVCameraSets::keyPathsForValuesAffectingValueForKey(const QString &key) const {
     QStringList keys = KVObservable::keyPathsForValuesAffectingValueForKey(key);
-    if (key == QLatin1String("isSynchronizationPossible"))
-        keys << QStringLiteral("imageFiles") << QStringLiteral("etalon");
-    else if (key == QLatin1String("isEnabledSynchronization"))
-        keys << QStringLiteral("isSynchronizationPossible") << QStringLiteral("isProcessingPathes");
-    else if (key == QLatin1String("fullScreenTitle"))
-        keys << QStringLiteral("window.styleMask");
-    else if (key == QLatin1String("isManualSetEnable"))
-        keys << QStringLiteral("imageFiles") << QStringLiteral("isProcessingPathes")
-             << QStringLiteral("etalon");
+    if (key == KVKeyPath::isSynchronizationPossible)
+        keys << KVKeyPath::imageFiles << KVKeyPath::etalon;
+    else if (key == KVKeyPath::isEnabledSynchronization)
+        keys << KVKeyPath::isSynchronizationPossible << KVKeyPath::isProcessingPathes;
+    else if (key == KVKeyPath::fullScreenTitle)
+        keys << KVKeyPath::windowStyleMask;
+    else if (key == KVKeyPath::isManualSetEnable)
+        keys << KVKeyPath::imageFiles << KVKeyPath::isProcessingPathes << KVKeyPath::etalon;
     return keys;
 }
 
 void KVCameraSets::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
-    if (keyPath == QLatin1String("isFinished")) {
+    if (keyPath == KVKeyPath::isFinished) {
         std::shared_ptr<KVInvocationOperation> operation;
         {
             std::lock_guard lock(m_operationsMutex);
@@ -467,14 +467,14 @@ void KVCameraSets::observeValueForKeyPath(const QString &keyPath, KVObservable *
         operation->removeObserver(this, keyPath);
         const KVModelResult result = operation->result().value<KVModelResult>();
         dispatchMain([this, result] { installResult(result); });
-    } else if (keyPath == QLatin1String("operationCount")) {
-        didChangeValueForKey(QStringLiteral("isProcessingPathes"));
+    } else if (keyPath == KVKeyPath::operationCount) {
+        didChangeValueForKey(KVKeyPath::isProcessingPathes);
         dispatchMain([this] {
             if (m_ui && isProcessingPathes() && m_ui->isCloseButtonEnabled())
                 m_ui->setCloseButtonEnabled(false);
         });
-    } else if (keyPath == QLatin1String("imageState")) {
-        didChangeValueForKey(QStringLiteral("isSynchronizationPossible"));
+    } else if (keyPath == KVKeyPath::imageState) {
+        didChangeValueForKey(KVKeyPath::isSynchronizationPossible);
     }
 }
 

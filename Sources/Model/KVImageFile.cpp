@@ -3,6 +3,7 @@
 
 #include "KVImageFile.h"
 
+#include "KVKeyPath.h"
 #include "KVDispatch.h"
 #include "KVFileCoordinator.h"
 #include "KVImageSource.h"
@@ -144,7 +145,7 @@ void KVImageFile::setUrl(const QUrl &url) {
         std::lock_guard lock(m_propertyMutex);
         m_path = url.toLocalFile();
     }
-    didChangeValueForKey(QStringLiteral("url"));
+    didChangeValueForKey(KVKeyPath::url);
 }
 
 QString KVImageFile::path() const {
@@ -283,7 +284,7 @@ QImage KVImageFile::thumbnail() {
 
 void KVImageFile::setImageState(KVImageState state) {
     m_imageState = state;
-    didChangeValueForKey(QStringLiteral("imageState"));
+    didChangeValueForKey(KVKeyPath::imageState);
 }
 
 void KVImageFile::presentedItemDidMoveToPath(const QString &newPath) {

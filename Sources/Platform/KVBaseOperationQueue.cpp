@@ -3,6 +3,8 @@
 
 #include "KVBaseOperationQueue.h"
 
+#include "KVKeyPath.h"
+
 #include <algorithm>
 
 KVBaseOperationQueue::KVBaseOperationQueue()
@@ -37,7 +39,7 @@ void KVBaseOperationQueue::addOperation(const KVOperationRef &operation) {
         growWorkersLocked();
     }
     m_workCondition.notify_one();
-    didChangeValueForKey(QStringLiteral("operationCount"));
+    didChangeValueForKey(KVKeyPath::operationCount);
 }
 
 void KVBaseOperationQueue::growWorkersLocked() {
@@ -71,7 +73,7 @@ void KVBaseOperationQueue::workerLoop() {
         ++m_idleWorkers;
         ++m_announcing;
         lock.unlock();
-        didChangeValueForKey(QStringLiteral("operationCount"));
+        didChangeValueForKey(KVKeyPath::operationCount);
         m_workCondition.notify_one();
         lock.lock();
         // Waiters are released only once every worker has finished announcing its count, so

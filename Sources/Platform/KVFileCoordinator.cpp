@@ -396,7 +396,10 @@ void Coordinator::refreshIdentityLocked(const QString &path) {
     const auto found = m_byPath.find(path);
     if (found == m_byPath.end())
         return;
+    // Read when the event is handled: a file already gone again keeps the identity it had.
     const FileIdentity identity = identityOf(path);
+    if (!identity.isValid())
+        return;
     for (const KVFilePresenter *raw : found->second)
         m_registrations.at(raw).identity = identity;
 }

@@ -3,6 +3,8 @@
 
 #include "KVOperation.h"
 
+#include "KVKeyPath.h"
+
 void KVOperation::start() {
     if (m_started.exchange(true))
         return;
@@ -16,7 +18,7 @@ void KVOperation::start() {
         m_finished = true;
     }
     m_finishedCondition.notify_all();
-    didChangeValueForKey(QStringLiteral("isFinished"));
+    didChangeValueForKey(KVKeyPath::isFinished);
 }
 
 void KVOperation::cancel() {

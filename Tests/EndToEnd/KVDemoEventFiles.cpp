@@ -4,6 +4,7 @@
 #include "KVDemoEventFiles.h"
 
 #include "KVTestSupport.h"
+#include "KVWallClock.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -16,11 +17,11 @@ const QString &KVDemoEventFiles::timeFormat() {
 }
 
 QDateTime KVDemoEventFiles::dateFromText(const QString &text) {
-    return QDateTime::fromString(text, timeFormat());
+    return KVWallClock::fromExifText(text);
 }
 
 QString KVDemoEventFiles::textFromDate(const QDateTime &date) {
-    return date.toString(timeFormat());
+    return KVWallClock::exifText(date);
 }
 
 bool KVDemoEventFiles::generate(const QString &folder, QString *error) {
