@@ -274,6 +274,7 @@ TEST_F(KVRunFaultTest, TwentyKillsAtRandomMomentsEachFollowedByRecoverLeaveEvery
     }
     // Most kills came while the run was going (a kill before its journal leaves nothing to do).
     EXPECT_GE(recovered, 10);
+    RecordProperty("recoveredRuns", recovered);
 }
 
 // Two runs over the same photos at once come one after the other: both shifts land, on every
