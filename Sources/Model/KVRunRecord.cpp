@@ -102,6 +102,21 @@ bool applyPhotoLine(const QJsonObject &line, std::vector<KVJournalEntry> &entrie
     return true;
 }
 
+// Whether the file's last line is a run's end.
+bool endsWithEnd(const QString &path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const qint64 tail = std::min<qint64>(file.size(), 4096);
+    if (!file.seek(file.size() - tail))
+        return false;
+    const QByteArray text = file.read(tail);
+    if (!text.endsWith('\n'))
+        return false;
+    const qsizetype start = text.lastIndexOf('\n', text.size() - 2) + 1;
+    return QJsonDocument::fromJson(text.mid(start)).object().contains(KVJournalKey::end);
+}
+
 } // namespace
 
 KVPhotoIdentity KVJournalEntry::identityAfter() const {
@@ -164,9 +179,19 @@ std::vector<KVRunRecord> KVRunRecord::all() {
 }
 
 std::vector<KVRunRecord> KVRunRecord::interrupted() {
-    std::vector<KVRunRecord> runs = all();
-    std::erase_if(runs,
-                  [](const KVRunRecord &run) { return run.end != End::Open || run.isLocked(); });
+    std::vector<KVRunRecord> runs;
+    const QDir folder(KVRunJournal::folder());
+    for (const QString &name :
+         folder.entryList({QStringLiteral("*.jsonl")}, QDir::Files, QDir::Name)) {
+        // Every start looks: an ended run is known by its last line alone, without reading
+        // the thousands before it.
+        const QString path = folder.filePath(name);
+        if (endsWithEnd(path))
+            continue;
+        std::optional<KVRunRecord> record = read(path);
+        if (record && record->end == End::Open && !record->isLocked())
+            runs.push_back(std::move(*record));
+    }
     return runs;
 }
 
