@@ -327,8 +327,10 @@ QString KVAppDelegate::noteForCameraWithIndex(int index, bool *isWarning) const 
 void KVAppDelegate::synchronizeTimeOrCancel() {
     KVUserInterface *ui = userInterface();
     if (m_syncController && m_syncController->isBusy()) {
-        // Returns at once; the run ends when what it changed is changed back.
-        if (m_syncController->state() == KVSyncController::State::Running) {
+        // Returns at once; the run ends when what it changed is changed back. An undo or a
+        // redo has no Cancel button.
+        if (m_syncController->state() == KVSyncController::State::Running &&
+            m_syncController->runKind() == KVRunKind::Sync) {
             if (ui)
                 ui->setSyncButtonTitle(mainSyncButtonTitle());
             m_syncController->cancel();
@@ -414,8 +416,9 @@ bool KVAppDelegate::isProcessingPathes() const {
 }
 
 bool KVAppDelegate::isEnabledSynchronization() const {
-    // A run can be cancelled while it goes; a cancel itself always runs to its end.
-    if (m_syncController && m_syncController->state() == KVSyncController::State::Running)
+    // A sync can be cancelled while it goes; a cancel itself always runs to its end.
+    if (m_syncController && m_syncController->state() == KVSyncController::State::Running &&
+        m_syncController->runKind() == KVRunKind::Sync)
         return true;
     if (isProcessingPathes())
         return false;

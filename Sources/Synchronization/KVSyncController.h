@@ -85,6 +85,8 @@ public:
     // How long start() waits for another run over the same folders, and what stops the wait.
     void setLockWait(std::chrono::milliseconds wait, std::function<bool()> stop = {});
     QString runId() const { return m_current.runId; }
+    // What the run going (or the last one) does.
+    KVRunKind runKind() const { return m_current.kind; }
     // Returns at once. The run ends when the changed photos are changed back.
     void cancel();
     // A disk of the run is gone: the run does not end, whatever its workers do, until it is
