@@ -229,8 +229,8 @@ TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel) {
     EXPECT_FALSE(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::RemoveFiles));
 }
 
-// A raw file the tool refuses, on the matched camera: the run says it is not complete, the
-// report lists the file with the tool's own words, and Undo moves back only what changed.
+// A raw file the tool refuses, in a run with photos it can write: the run says it is not
+// complete, the report lists the file with the tool's words, and Undo moves back only what changed.
 TEST_F(KVAppDelegateSyncTest, APhotoTheToolRefusesIsReportedWithItsReasonAndUndoLeavesItAlone) {
     const QString raw = m_root.filePath("event/b4.nef");
     ASSERT_TRUE(QFile::copy(KVTest::samplePath("raw/Nikon.nef"), raw));
@@ -239,10 +239,11 @@ TEST_F(KVAppDelegateSyncTest, APhotoTheToolRefusesIsReportedWithItsReasonAndUndo
     add({raw});
     const KVImageFileRef rawPhoto = photo(raw);
     ASSERT_TRUE(rawPhoto);
-    // Its camera is matched to the reference through its own photo.
-    photo(m_a1)->setImageState(KVImageStateEtalon);
+    // Its camera (a body of its own) is matched to the reference through the raw file itself,
+    // and camera B through b2, in one run.
+    markReferenceAndMatch();
     rawPhoto->setImageState(KVImageStateSelected);
-    const qsizetype cameraPhotos = m_delegate->imageFiles()->at(rawPhoto->fullCameraName()).size();
+    ASSERT_EQ(m_delegate->etalonWithSelectedImages().selectedImages.size(), 2u);
 
     m_delegate->synchronizeTimeOrCancel();
     ASSERT_TRUE(waitForRunToEnd());
@@ -257,15 +258,14 @@ TEST_F(KVAppDelegateSyncTest, APhotoTheToolRefusesIsReportedWithItsReasonAndUndo
     EXPECT_EQ(m_ui.displayedText(), "Syncing has not been completed");
     EXPECT_FALSE(m_ui.calls().contains("display:" + synced));
     EXPECT_EQ(KVTest::readFile(raw), rawBytes);
-    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(),
-              static_cast<size_t>(cameraPhotos - 1));
+    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(), 3u);
+    EXPECT_EQ(datesOfB(), shiftedB);
 
     ASSERT_TRUE(KVTest::waitFor([&] { return m_delegate->validateUndoItem(false); }));
     m_delegate->undoManager().undo();
     ASSERT_TRUE(waitForRunToEnd());
     EXPECT_TRUE(m_delegate->syncController().lastOutcome()->isComplete());
-    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(),
-              static_cast<size_t>(cameraPhotos - 1));
+    EXPECT_EQ(m_delegate->syncController().lastOutcome()->changed.size(), 3u);
     EXPECT_EQ(KVTest::readFile(raw), rawBytes);
     EXPECT_EQ(datesOfA(), originalA);
     EXPECT_EQ(datesOfB(), originalB);
