@@ -142,7 +142,9 @@ std::optional<QByteArray> readOwned(const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
         return std::nullopt;
-    QByteArray bytes = file.read(maximumSize);
+    // As many bytes as the file has now: reading up to the maximum would allocate all of it
+    // for every photo. A file that grows meanwhile is read as it was; one that shrinks, shorter.
+    QByteArray bytes = file.read(file.size());
     if (file.error() != QFileDevice::NoError)
         return std::nullopt;
     return bytes;
