@@ -16,10 +16,13 @@ void KVAppDelegateFixture::SetUp() {
     ASSERT_TRUE(m_root.isValid());
     m_savedRuntimeDir = qgetenv("XDG_RUNTIME_DIR");
     m_savedDataHome = qgetenv("XDG_DATA_HOME");
+    m_savedStateHome = qgetenv("XDG_STATE_HOME");
     QDir().mkpath(m_root.filePath("runtime"));
     QDir().mkpath(m_root.filePath("data/Trash/files"));
     qputenv("XDG_RUNTIME_DIR", m_root.filePath("runtime").toUtf8());
     qputenv("XDG_DATA_HOME", m_root.filePath("data").toUtf8());
+    // The runs' journals too: a run a test left open is never offered to the next one.
+    qputenv("XDG_STATE_HOME", m_root.filePath("state").toUtf8());
     m_delegate = std::make_unique<KVAppDelegate>(&m_ui);
     m_delegate->awakeFromNib();
     m_delegate->applicationDidFinishLaunching(QStringLiteral(KALVORA_BUNDLE_DIR));
@@ -36,6 +39,7 @@ void KVAppDelegateFixture::TearDown() {
     KVSetToolPath(KALVORA_EXIFTOOL);
     qputenv("XDG_RUNTIME_DIR", m_savedRuntimeDir);
     qputenv("XDG_DATA_HOME", m_savedDataHome);
+    qputenv("XDG_STATE_HOME", m_savedStateHome);
 }
 
 QString KVAppDelegateFixture::makePhoto(const QString &folder, const QString &name,

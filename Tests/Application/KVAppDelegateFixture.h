@@ -35,4 +35,5 @@ protected:
 private:
     QByteArray m_savedRuntimeDir;
     QByteArray m_savedDataHome;
+    QByteArray m_savedStateHome;
 };

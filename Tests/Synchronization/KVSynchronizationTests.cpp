@@ -57,6 +57,9 @@ QSet<QString> pathsOf(const Results &results) {
 class KVSynchronizationTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        // Each test's runs in a journal folder of its own: undo takes the newest run there.
+        m_savedState = qgetenv("XDG_STATE_HOME");
+        qputenv("XDG_STATE_HOME", QFile::encodeName(m_folder.filePath("state")));
         KVSetToolPath(QStringLiteral(KALVORA_EXIFTOOL));
         m_controller.queue().addObserver(&m_counts, "processedImagesCount");
         m_controller.setEndHandler([this](const KVSyncController::Outcome &) { ++m_ends; });
@@ -66,6 +69,7 @@ protected:
             m_tool->openGate();
         waitForEnd();
         m_controller.queue().removeObserver(&m_counts);
+        qputenv("XDG_STATE_HOME", m_savedState);
     }
 
     QStringList makePhotos(int count) {
@@ -126,6 +130,7 @@ protected:
     }
 
     QTemporaryDir m_folder;
+    QByteArray m_savedState;
     std::unique_ptr<KVTest::FakeTool> m_tool;
     KVCountRecorder m_counts;
     int m_ends = 0;
