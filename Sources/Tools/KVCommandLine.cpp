@@ -50,6 +50,16 @@ QString KVCommandLine::bundlePath() {
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../.."));
 }
 
+std::optional<QString> KVCommandLine::runnableToolPath() {
+    const QString tool = KVAppDelegate::toolPathForBundle(bundlePath());
+    if (QFileInfo(tool).isExecutable())
+        return tool;
+    print(stderr, tr("kalvora-cli: the tool %1 cannot be run; no "
+                     "photo was changed.\n")
+                      .arg(tool));
+    return std::nullopt;
+}
+
 QString KVCommandLine::dateText(const QDateTime &date) {
     return KVWallClock::exifText(date);
 }

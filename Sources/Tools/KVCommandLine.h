@@ -35,6 +35,9 @@ public:
     static QString offsetText(double seconds);
     // The application folder the program runs from (Kalvora.app).
     static QString bundlePath();
+    // The tool of the application folder; nothing, after saying so, when it cannot be run.
+    // Checked before anything is read, so that no photo is ever handed to a missing tool.
+    static std::optional<QString> runnableToolPath();
     static void print(std::FILE *stream, const QString &text);
 
     // Before a command reads or changes photos: a run cut off earlier must be settled first

@@ -23,13 +23,10 @@ int KVRunRecoverCommand(const QStringList &arguments) {
         else
             return 2;
     }
-    const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
-    if (!QFileInfo(tool).isExecutable()) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: the tool %1 cannot be run; no "
-                                                    "photo was changed.\n")
-                                         .arg(tool));
+    const std::optional<QString> runnableTool = KVCommandLine::runnableToolPath();
+    if (!runnableTool)
         return 1;
-    }
+    const QString tool = *runnableTool;
     const std::vector<KVRunRecovery::Result> results = KVRunRecovery::settleAll(mode, tool);
     using Photo = KVRunRecovery::Photo;
     QJsonArray runs;

@@ -69,19 +69,15 @@ int KVRunShiftCommand(const QStringList &arguments) {
     if (const std::optional<int> refused = KVCommandLine::refuseWhileInterrupted(true))
         return *refused;
 
-    // Checked before anything is read, so that no photo is ever handed to a missing tool.
-    const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
-    if (!QFileInfo(tool).isExecutable()) {
-        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: the tool %1 cannot be run; no "
-                                                       "photo was changed.\n")
-                                         .arg(tool));
+    const std::optional<QString> runnableTool = KVCommandLine::runnableToolPath();
+    if (!runnableTool)
         return 1;
-    }
+    const QString tool = *runnableTool;
     KVSetToolPath(tool);
     // From here on Ctrl-C cancels, also while the run waits for another one to end.
     if (!KVRunProgress::installSignalHandlers()) {
         KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: cannot watch for Ctrl-C; "
-                                                    "no photo was changed.\n"));
+                                                       "no photo was changed.\n"));
         return 1;
     }
 
@@ -175,7 +171,7 @@ int KVRunShiftCommand(const QStringList &arguments) {
         QString text;
         if (cancelled) {
             text += KVCommandLine::tr("Cancelled: %1 of the %2 photos already changed were changed "
-                                   "back.\n")
+                                      "back.\n")
                         .arg(outcome.changedBack.size())
                         .arg(outcome.changed.size());
         } else {

@@ -20,13 +20,10 @@ int KVRunUndoCommand(const QStringList &arguments) {
     }
     if (const std::optional<int> refused = KVCommandLine::refuseWhileInterrupted(true))
         return *refused;
-    const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
-    if (!QFileInfo(tool).isExecutable()) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: the tool %1 cannot be run; no "
-                                                    "photo was changed.\n")
-                                         .arg(tool));
+    const std::optional<QString> runnableTool = KVCommandLine::runnableToolPath();
+    if (!runnableTool)
         return 1;
-    }
+    const QString tool = *runnableTool;
     KVSetToolPath(tool);
 
     const std::optional<KVRunRecord> run = KVLastUndoableRun(KVRunRecord::all());
