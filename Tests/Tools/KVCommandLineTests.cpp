@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-#include "KVChildProcess.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
@@ -24,20 +23,11 @@ struct Result {
 // Runs kalvora-cli with its standard error thrown away, in the given language ("C" is the
 // untranslated English).
 Result cli(const QStringList &arguments, const char *language = "C") {
-    const std::string line = std::string("LANGUAGE= LC_ALL=") + language + " LANG=" + language +
-                             " exec \"$0\" \"$@\" 2>/dev/null";
-    std::vector<std::string> words{"/bin/sh", "-c", line, KALVORA_CLI};
-    for (const QString &argument : arguments)
-        words.push_back(argument.toStdString());
-    KVChildProcess process;
+    const QString line = QString("LANGUAGE= LC_ALL=%1 LANG=%1 exec \"$0\" \"$@\" 2>/dev/null")
+                             .arg(QLatin1String(language));
     Result result;
-    if (!process.start(words))
-        return result;
-    char buffer[4096];
-    while (const size_t count = process.read(buffer, sizeof buffer))
-        result.output.append(buffer, static_cast<qsizetype>(count));
-    const int status = process.wait();
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.status = KVTest::runProgram("/bin/sh", QStringList{"-c", line, KALVORA_CLI} + arguments,
+                                       &result.output);
     return result;
 }
 

@@ -4,7 +4,6 @@
 #include "KVAppDelegate.h"
 #include "KVCameraOffsetMemory.h"
 #include "KVCameraSets.h"
-#include "KVChildProcess.h"
 #include "KVHeadlessUserInterface.h"
 #include "KVSuggestedMatches.h"
 #include "KVTestSupport.h"
@@ -17,7 +16,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
 
 namespace {
 
@@ -53,23 +51,12 @@ struct Result {
 
 // kalvora-cli with its standard error thrown away, and its settings in `settings`.
 Result cli(const QStringList &arguments, const QString &settings) {
-    std::vector<std::string> words{"/usr/bin/env",
-                                   "XDG_CONFIG_HOME=" + settings.toStdString(),
-                                   "/bin/sh",
-                                   "-c",
-                                   "exec \"$0\" \"$@\" 2>/dev/null",
-                                   KALVORA_CLI};
-    for (const QString &argument : arguments)
-        words.push_back(argument.toStdString());
-    KVChildProcess process;
     Result result;
-    if (!process.start(words))
-        return result;
-    char buffer[4096];
-    while (const size_t count = process.read(buffer, sizeof buffer))
-        result.output.append(buffer, static_cast<qsizetype>(count));
-    const int status = process.wait();
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.status = KVTest::runProgram("/usr/bin/env",
+                                       QStringList{"XDG_CONFIG_HOME=" + settings, "/bin/sh", "-c",
+                                                   "exec \"$0\" \"$@\" 2>/dev/null", KALVORA_CLI} +
+                                           arguments,
+                                       &result.output);
     return result;
 }
 
