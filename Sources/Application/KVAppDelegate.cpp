@@ -7,6 +7,7 @@
 #include "KVDispatch.h"
 #include "KVFileReportContent.h"
 #include "KVInvocationOperation.h"
+#include "KVKeyPath.h"
 #include "KVLog.h"
 #include "KVPhotoWriter.h"
 #include "KVRunRecovery.h"
@@ -32,12 +33,15 @@ constexpr double kKVRefusalShownSeconds = 2.5;
 } // namespace
 
 KVAppDelegate::KVAppDelegate(KVUserInterface *userInterface)
-    : KVCameraSets(userInterface)
-    , m_vanishedFiles(*this) {
+    : m_vanishedFiles(*this)
+    , m_cameraSets(userInterface, this) {
+    m_cameraSets.addObserver(this, KVKeyPath::imageFiles);
+    m_cameraSets.addObserver(this, KVKeyPath::isProcessingPathes);
 }
 
 KVAppDelegate::~KVAppDelegate() {
-    finishModelWork();
+    m_cameraSets.finishModelWork();
+    m_cameraSets.removeObserver(this);
     m_vanishedFiles.waitForRecovery();
     if (m_syncController) {
         m_syncController->removeObserver(this, runStateKey);
@@ -92,9 +96,9 @@ void KVAppDelegate::offerRecoveryOfInterruptedRuns() {
                      {tr("Finish"), tr("Change Back")});
     const KVRunRecovery::Mode mode =
         answer == 0 ? KVRunRecovery::Mode::Finish : KVRunRecovery::Mode::ChangeBack;
-    lockUI();
+    m_cameraSets.lockUI();
     // On the model queue, so that the window stays alive; it counts as busy meanwhile.
-    queue().addOperation(std::make_shared<KVInvocationOperation>([this, mode] {
+    m_cameraSets.queue().addOperation(std::make_shared<KVInvocationOperation>([this, mode] {
         const std::vector<KVRunRecovery::Result> results =
             KVRunRecovery::settleAll(mode, KVToolPath());
         QList<QVariantMap> failed;
@@ -107,8 +111,8 @@ void KVAppDelegate::offerRecoveryOfInterruptedRuns() {
                         {QStringLiteral("error"), photo.reason}};
             }
         }
-        dispatchMain([this, failed] {
-            unlockUI();
+        m_cameraSets.dispatchMain([this, failed] {
+            m_cameraSets.unlockUI();
             if (!failed.isEmpty() && userInterface())
                 userInterface()->showFileReport(KVUserInterface::NotChangedFiles, failed);
             chooseWhatToShowOnDisplay();
@@ -132,7 +136,7 @@ void KVAppDelegate::refuseToEndWhileBusy() {
     if (!m_syncController || !m_syncController->isBusy())
         return;
     ui->displayString(tr("Kalvora is syncing — Cancel first"));
-    dispatchMainAfter(kKVRefusalShownSeconds, [this] {
+    m_cameraSets.dispatchMainAfter(kKVRefusalShownSeconds, [this] {
         // A run that ended meanwhile has put its own word on the display.
         if (m_syncController && m_syncController->isBusy())
             chooseWhatToShowOnDisplay();
@@ -250,7 +254,7 @@ bool KVAppDelegate::startRun(KVRunKind kind, std::vector<KVPhotoChange> changes,
         }
         return false;
     }
-    lockUI();
+    m_cameraSets.lockUI();
     if (ui)
         ui->displaySyncProcess();
     return true;
@@ -263,8 +267,8 @@ void KVAppDelegate::startReverse(const QString &runId, KVRunKind kind) {
         return;
     // The window's records of these photos follow the run, so they are found by path.
     std::map<QString, KVImageFileRef> records;
-    forEachImageFile(imageFiles(),
-                     [&](const KVImageFileRef &file) { records.emplace(file->path(), file); });
+    KVCameraSets::forEachImageFile(
+        imageFiles(), [&](const KVImageFileRef &file) { records.emplace(file->path(), file); });
     std::vector<KVPhotoChange> changes = KVSyncController::revertingChanges(*run);
     for (KVPhotoChange &change : changes) {
         const auto record = records.find(change.identity.path);
@@ -281,14 +285,14 @@ void KVAppDelegate::startReverse(const QString &runId, KVRunKind kind) {
 void KVAppDelegate::didSelectCameraIndex(int cameraIndex, int imageIndex, bool etalon) {
     if (!etalon)
         return;
-    const std::vector<KVImageFileRef> &files = cameraImagesWithIndex(cameraIndex);
+    const std::vector<KVImageFileRef> &files = m_cameraSets.cameraImagesWithIndex(cameraIndex);
     if (imageIndex >= 0 && imageIndex < static_cast<int>(files.size()))
         setEtalon(files[imageIndex]);
 }
 
 void KVAppDelegate::didDeselectAllItemsAtCameraIndex(int cameraIndex) {
     // A base date set by hand is keyed "No Name" too, so deselecting that camera clears it.
-    if (m_etalon && sortedCameras().value(cameraIndex) == m_etalon->fullCameraName())
+    if (m_etalon && m_cameraSets.sortedCameras().value(cameraIndex) == m_etalon->fullCameraName())
         setEtalon(nullptr);
 }
 
@@ -321,7 +325,8 @@ void KVAppDelegate::suggestMatches(const QString &referenceKey) {
 }
 
 QString KVAppDelegate::noteForCameraWithIndex(int index, bool *isWarning) const {
-    return m_matchSuggester.noteForCamera(imageFiles(), sortedCameras().value(index), isWarning);
+    return m_matchSuggester.noteForCamera(imageFiles(), m_cameraSets.sortedCameras().value(index),
+                                          isWarning);
 }
 
 void KVAppDelegate::synchronizeTimeOrCancel() {
@@ -350,7 +355,7 @@ void KVAppDelegate::synchronizeTimeOrCancel() {
     if (isSetOfImagesSynchrinizedAlready(set)) {
         if (ui)
             ui->displayString(tr("Selected images have already synchronized"));
-        dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
+        m_cameraSets.dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
         return;
     }
     // A base time typed by hand is no camera whose offset could be remembered.
@@ -393,7 +398,7 @@ bool KVAppDelegate::canChangeCameras(const QStringList &keys) {
 
 void KVAppDelegate::runSynchronization(const KVTimeIntervals &intervals,
                                        const QString &referenceKey) {
-    const KVCameraSetsRef snapshot = copyImageFiles();
+    const KVCameraSetsRef snapshot = m_cameraSets.copyImageFiles();
     if (KVUserDefaults::standardUserDefaults().verboseConsole()) {
         QStringList described;
         for (const auto &[key, interval] : intervals)
@@ -412,7 +417,7 @@ bool KVAppDelegate::isSynchronizationPossible() const {
 }
 
 bool KVAppDelegate::isProcessingPathes() const {
-    return KVCameraSets::isProcessingPathes() || (m_syncController && m_syncController->isBusy());
+    return m_cameraSets.isReadingFiles() || (m_syncController && m_syncController->isBusy());
 }
 
 bool KVAppDelegate::isEnabledSynchronization() const {
@@ -440,13 +445,7 @@ void KVAppDelegate::chooseWhatToShowOnDisplay() {
     else if (m_etalon)
         ui->displayImageFile(m_etalon);
     else
-        KVCameraSets::chooseWhatToShowOnDisplay();
-}
-
-void KVAppDelegate::showNotAddedFiles(const QList<QVariantMap> &records) {
-    const KVFileReportContent content = KVFileReportContent::setUp(KVUserInterface::NotAddedFiles);
-    if (KVUserInterface *ui = userInterface())
-        ui->showFileReport(content.type, records);
+        m_cameraSets.displayHint();
 }
 
 void KVAppDelegate::showNotChangedFiles(const std::vector<KVPhotoChangeResult> &results) {
@@ -467,15 +466,9 @@ void KVAppDelegate::removeFiles() {
     // A base date set by hand survives clearing the photos.
     if (m_etalon && !m_etalon->url().isEmpty())
         setEtalon(nullptr);
-    setImageFiles(nullptr);
     m_matchSuggester.clear();
     undoManager().removeAllActions();
-    chooseWhatToShowOnDisplay();
-    if (KVUserInterface *ui = userInterface()) {
-        ui->reloadBrowser();
-        ui->setStartViewShown(true);
-        ui->closeManualDatePopover();
-    }
+    m_cameraSets.removeFiles();
 }
 
 KVSyncController &KVAppDelegate::syncController() {
@@ -504,32 +497,45 @@ void KVAppDelegate::popoverWillShow() {
 }
 
 QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &key) const {
-    return KVCameraSets::keyPathsForValuesAffectingValueForKey(key);
+    QStringList keys = KVObservable::keyPathsForValuesAffectingValueForKey(key);
+    if (key == KVKeyPath::isSynchronizationPossible)
+        keys << KVKeyPath::imageFiles << KVKeyPath::etalon;
+    else if (key == KVKeyPath::isEnabledSynchronization)
+        keys << KVKeyPath::isSynchronizationPossible << KVKeyPath::isProcessingPathes;
+    else if (key == KVKeyPath::fullScreenTitle)
+        keys << KVKeyPath::windowStyleMask;
+    else if (key == KVKeyPath::isManualSetEnable)
+        keys << KVKeyPath::imageFiles << KVKeyPath::isProcessingPathes << KVKeyPath::etalon;
+    return keys;
 }
 
-void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
+void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *) {
     if (keyPath == runStateKey) {
-        didChangeValueForKey(QStringLiteral("isProcessingPathes"));
+        didChangeValueForKey(KVKeyPath::isProcessingPathes);
     } else if (keyPath == operationCountKey) {
         operationCountDidChange();
-    } else if (keyPath == QLatin1String("imageState")) {
-        didChangeValueForKey(QStringLiteral("isSynchronizationPossible"));
-        auto *file = static_cast<KVImageFile *>(object);
-        if (KVIsMainThread())
-            followReferenceRules(file);
-        else
-            dispatchMain(
-                [this, self = file->shared_from_this()] { followReferenceRules(self.get()); });
-    } else if (keyPath == QLatin1String("url")) {
-        dispatchMain([this, self = static_cast<KVImageFile *>(object)->shared_from_this()] {
-            if (self == m_etalon && userInterface())
-                userInterface()->displayImageFile(m_etalon);
-        });
+    } else if (keyPath == KVKeyPath::imageFiles || keyPath == KVKeyPath::isProcessingPathes) {
+        // The camera sets' own changes are the delegate's too.
+        didChangeValueForKey(keyPath);
     } else if (keyPath == QLatin1String("isEtalonDateSet") ||
                keyPath == QLatin1String("fullDate")) {
         followManualDate();
-    } else {
-        KVCameraSets::observeValueForKeyPath(keyPath, object);
+    }
+}
+
+void KVAppDelegate::imageFileDidChange(const QString &keyPath, KVImageFile *file) {
+    if (keyPath == KVKeyPath::imageState) {
+        didChangeValueForKey(KVKeyPath::isSynchronizationPossible);
+        if (KVIsMainThread())
+            followReferenceRules(file);
+        else
+            m_cameraSets.dispatchMain(
+                [this, self = file->shared_from_this()] { followReferenceRules(self.get()); });
+    } else if (keyPath == KVKeyPath::url) {
+        m_cameraSets.dispatchMain([this, self = file->shared_from_this()] {
+            if (self == m_etalon && userInterface())
+                userInterface()->displayImageFile(m_etalon);
+        });
     }
 }
 
@@ -561,7 +567,7 @@ void KVAppDelegate::followManualDate() {
 
 void KVAppDelegate::operationCountDidChange() {
     didChangeValueForKey(QStringLiteral("isProcessingPathes"));
-    dispatchMain([this] {
+    m_cameraSets.dispatchMain([this] {
         KVUserInterface *ui = userInterface();
         if (ui && isProcessingPathes() && ui->isCloseButtonEnabled())
             ui->setCloseButtonEnabled(false);
@@ -569,8 +575,8 @@ void KVAppDelegate::operationCountDidChange() {
 }
 
 void KVAppDelegate::runDidEnd(const KVSyncController::Outcome &outcome) {
-    if (queue().operationCount() == 0)
-        unlockUI();
+    if (m_cameraSets.queue().operationCount() == 0)
+        m_cameraSets.unlockUI();
     KVUserInterface *ui = userInterface();
     if (ui) {
         ui->setSyncButtonTitle(mainSyncButtonTitle());
@@ -596,12 +602,13 @@ void KVAppDelegate::runDidEnd(const KVSyncController::Outcome &outcome) {
     if (outcome.isComplete()) {
         if (ui && forward)
             ui->displayString(tr("Your photos have been synced\nsuccessfully!"));
-        dispatchMainAfter(forward ? 3.0 : 0.0, [this] { chooseWhatToShowOnDisplay(); });
+        m_cameraSets.dispatchMainAfter(forward ? 3.0 : 0.0,
+                                       [this] { chooseWhatToShowOnDisplay(); });
         return;
     }
     if (ui)
         ui->displayString(tr("Syncing has not been completed"));
-    dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
+    m_cameraSets.dispatchMainAfter(3.0, [this] { chooseWhatToShowOnDisplay(); });
     // An abandoned run never reached some photos: they are not changed either.
     std::vector<KVPhotoChangeResult> notChanged = outcome.notChanged;
     notChanged.insert(notChanged.end(), outcome.unreached.begin(), outcome.unreached.end());

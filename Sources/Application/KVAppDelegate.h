@@ -20,15 +20,23 @@
 // The hub of the application: the camera sets, the reference photo and the offsets, the Sync /
 // Cancel command with undo and redo, what the window may do and show, and the photos that vanish.
 // Everything a window does goes through here, so a test can do it without one.
-// Observable keys (besides those of the camera sets): "etalon", "isProcessingPathes",
-// "isEnabledSynchronization", "isManualSetEnable", "fullScreenTitle".
-class KVAppDelegate : public KVCameraSets {
+// Observable keys: "imageFiles" and "isProcessingPathes" (passed on from its camera sets),
+// "etalon", "isSynchronizationPossible", "isEnabledSynchronization", "isManualSetEnable",
+// "fullScreenTitle".
+class KVAppDelegate : public KVObservable, public KVObserver, public KVCameraSetsOwner {
     Q_DECLARE_TR_FUNCTIONS(KVAppDelegate)
 public:
     enum class MenuAction { AddFiles, RemoveFiles, Terminate, VerboseLogging, Other };
 
     explicit KVAppDelegate(KVUserInterface *userInterface);
     ~KVAppDelegate() override;
+
+    // The photos, by camera.
+    KVCameraSets &cameraSets() { return m_cameraSets; }
+    const KVCameraSets &cameraSets() const { return m_cameraSets; }
+    KVCameraSetsRef imageFiles() const { return m_cameraSets.imageFiles(); }
+    int numberOfCamerasInBrowser() const { return m_cameraSets.numberOfCamerasInBrowser(); }
+    KVUserInterface *userInterface() const { return m_cameraSets.userInterface(); }
 
     // Launch and shell.
     void awakeFromNib();
@@ -66,6 +74,7 @@ public:
     bool canSuggestMatches() const;
     KVMatchSuggester &matchSuggester() { return m_matchSuggester; }
     QString noteForCameraWithIndex(int index, bool *isWarning) const override;
+    void imageFileDidChange(const QString &keyPath, KVImageFile *file) override;
 
     // The command and the window's state.
     void synchronizeTimeOrCancel();
@@ -77,10 +86,10 @@ public:
     bool isEnabledSynchronization() const;
     bool isManualSetEnable() const;
     void chooseWhatToShowOnDisplay() override;
-    void showNotAddedFiles(const QList<QVariantMap> &records) override;
     // The report of photos a run did not change, each with its reason.
     void showNotChangedFiles(const std::vector<KVPhotoChangeResult> &results);
-    void removeFiles() override;
+    // Every photo out of the window; a base date set by hand stays.
+    void removeFiles();
     KVSyncController &syncController();
     KVOperationQueue &syncQueue() { return syncController().queue(); }
     // Asks whether to finish or change back each run a crash or a kill cut off, and does it.
@@ -126,5 +135,6 @@ private:
     QString m_runReferenceKey;
     KVTimeIntervals m_runIntervals;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
-    friend class KVVanishedFiles;
+    // Last, so that it goes first: its last notices still reach a whole delegate.
+    KVCameraSets m_cameraSets;
 };

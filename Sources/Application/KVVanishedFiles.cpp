@@ -79,7 +79,7 @@ void KVVanishedFiles::checkForRemovedFiles() {
                              removedFilesList(paths),
                          {tr("OK")});
         }
-        m_delegate.reloadModel();
+        m_delegate.cameraSets().reloadModel();
         // Reports that came in while the alert was up wait for the next check.
         std::lock_guard lock(m_removedImagesMutex);
         for (const KVImageFileRef &file : reported) {
@@ -112,7 +112,7 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath) {
 
     KVSyncController &controller = m_delegate.syncController();
     KVOperationQueue &syncQueue = controller.queue();
-    KVBaseOperationQueue &queue = m_delegate.queue();
+    KVBaseOperationQueue &queue = m_delegate.cameraSets().queue();
     const bool wasRunning = controller.isBusy();
     // Its workers fail on the missing photos meanwhile; the run waits for the answer.
     if (wasRunning)
@@ -163,7 +163,7 @@ void KVVanishedFiles::diskDidUnmount(const QString &devicePath) {
     });
 
     if (missing)
-        m_delegate.reloadModel();
+        m_delegate.cameraSets().reloadModel();
 }
 
 void KVVanishedFiles::waitForRecovery() {

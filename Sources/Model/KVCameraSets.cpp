@@ -24,8 +24,9 @@ const std::vector<KVImageFileRef> &emptyCamera() {
 
 } // namespace
 
-KVCameraSets::KVCameraSets(KVUserInterface *userInterface)
-    : m_ui(userInterface) {
+KVCameraSets::KVCameraSets(KVUserInterface *userInterface, KVCameraSetsOwner *owner)
+    : m_ui(userInterface)
+    , m_owner(owner) {
 }
 
 KVCameraSets::~KVCameraSets() {
@@ -432,7 +433,9 @@ const std::vector<KVImageFileRef> &KVCameraSets::imagesForCameraWithIndex(int in
     return cameraImagesWithIndex(index);
 }
 
-QString KVCameraSets::noteForCameraWithIndex(int, bool *isWarning) const {
+QString KVCameraSets::noteForCameraWithIndex(int index, bool *isWarning) const {
+    if (m_owner)
+        return m_owner->noteForCameraWithIndex(index, isWarning);
     if (isWarning)
         *isWarning = false;
     return {};
@@ -441,13 +444,7 @@ QString KVCameraSets::noteForCameraWithIndex(int, bool *isWarning) const {
 QStringList KVCameraSets::keyPathsForValuesAffectingValueForKey(const QString &key) const {
     QStringList keys = KVObservable::keyPathsForValuesAffectingValueForKey(key);
     if (key == KVKeyPath::isSynchronizationPossible)
-        keys << KVKeyPath::imageFiles << KVKeyPath::etalon;
-    else if (key == KVKeyPath::isEnabledSynchronization)
-        keys << KVKeyPath::isSynchronizationPossible << KVKeyPath::isProcessingPathes;
-    else if (key == KVKeyPath::fullScreenTitle)
-        keys << KVKeyPath::windowStyleMask;
-    else if (key == KVKeyPath::isManualSetEnable)
-        keys << KVKeyPath::imageFiles << KVKeyPath::isProcessingPathes << KVKeyPath::etalon;
+        keys << KVKeyPath::imageFiles;
     return keys;
 }
 
@@ -473,12 +470,22 @@ void KVCameraSets::observeValueForKeyPath(const QString &keyPath, KVObservable *
             if (m_ui && isProcessingPathes() && m_ui->isCloseButtonEnabled())
                 m_ui->setCloseButtonEnabled(false);
         });
-    } else if (keyPath == KVKeyPath::imageState) {
-        didChangeValueForKey(KVKeyPath::isSynchronizationPossible);
+    } else if (keyPath == KVKeyPath::imageState || keyPath == KVKeyPath::url) {
+        if (keyPath == KVKeyPath::imageState)
+            didChangeValueForKey(KVKeyPath::isSynchronizationPossible);
+        if (m_owner)
+            m_owner->imageFileDidChange(keyPath, static_cast<KVImageFile *>(object));
     }
 }
 
 void KVCameraSets::chooseWhatToShowOnDisplay() {
+    if (m_owner)
+        m_owner->chooseWhatToShowOnDisplay();
+    else
+        displayHint();
+}
+
+void KVCameraSets::displayHint() {
     if (!m_ui)
         return;
     const int cameras = numberOfCamerasInBrowser();
@@ -506,5 +513,9 @@ void KVCameraSets::showNotAddedFiles(const QList<QVariantMap> &records) {
 }
 
 bool KVCameraSets::isProcessingPathes() const {
+    return m_owner ? m_owner->isProcessingPathes() : isReadingFiles();
+}
+
+bool KVCameraSets::isReadingFiles() const {
     return m_queue && m_queue->operationCount() > 0;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "KVBaseOperationQueue.h"
+#include "KVCameraSetsOwner.h"
 #include "KVImageFile.h"
 #include "KVInvocationOperation.h"
 #include "KVObservable.h"
@@ -36,11 +37,12 @@ Q_DECLARE_METATYPE(KVModelResult)
 
 // The photo model of the window: the camera sets, how files are accepted and read off the main
 // thread, and the answers the camera browser asks for. Observable keys: "imageFiles",
-// "isSynchronizationPossible".
+// "isSynchronizationPossible", "isProcessingPathes". An owner, when given, has the last word on
+// being busy, on the rows' notes and on the display, and hears of every photo's change.
 class KVCameraSets : public KVObservable, public KVObserver {
     Q_DECLARE_TR_FUNCTIONS(KVCameraSets)
 public:
-    explicit KVCameraSets(KVUserInterface *userInterface);
+    explicit KVCameraSets(KVUserInterface *userInterface, KVCameraSetsOwner *owner = nullptr);
     ~KVCameraSets() override;
 
     static const QStringList &supportedFileExtensions();
@@ -65,7 +67,7 @@ public:
     void addNewFilesFromURLs(const QList<QUrl> &urls);
     void reloadModel();
     // The model half of removing every photo from the window.
-    virtual void removeFiles();
+    void removeFiles();
     void openFiles(const QStringList &paths);
 
     QStringList sortedCameras() const;
@@ -81,23 +83,32 @@ public:
     QString distinctCameraName(const KVImageFileRef &file) const;
     QString toolTipForCameraWithIndex(int index) const;
     const std::vector<KVImageFileRef> &imagesForCameraWithIndex(int index) const;
-    // A note for the camera's row header; none here.
-    virtual QString noteForCameraWithIndex(int index, bool *isWarning) const;
+    // A note for the camera's row header: the owner's, if any.
+    QString noteForCameraWithIndex(int index, bool *isWarning) const;
 
     QStringList keyPathsForValuesAffectingValueForKey(const QString &key) const override;
     void observeValueForKeyPath(const QString &keyPath, KVObservable *object) override;
 
-    virtual void chooseWhatToShowOnDisplay();
-    virtual void unlockUI();
-    virtual void showNotAddedFiles(const QList<QVariantMap> &records);
-    virtual bool isProcessingPathes() const;
-
-protected:
-    // Waits for the model queue and stops listening to it. A derived class calls it first in
-    // its destructor: a worker's last notice must not reach an object that is half gone.
-    void finishModelWork();
-    KVUserInterface *userInterface() const { return m_ui; }
+    // The owner's choice, else the hint of what to do next.
+    void chooseWhatToShowOnDisplay();
+    // What to do next with as many cameras as there are.
+    void displayHint();
     void lockUI();
+    void unlockUI();
+    void showNotAddedFiles(const QList<QVariantMap> &records);
+    // Busy by the owner's measure, else while reading photos.
+    bool isProcessingPathes() const;
+    bool isReadingFiles() const;
+    KVUserInterface *userInterface() const { return m_ui; }
+
+    // Waits for the model queue and stops listening to it. The owner calls it first in its
+    // destructor: a worker's last notice must not reach an object that is half gone.
+    void finishModelWork();
+    // Runs work on the main thread later, unless these sets are gone by then.
+    void dispatchMain(std::function<void()> work);
+    void dispatchMainAfter(double seconds, std::function<void()> work);
+
+private:
     void addObserverForImageFiles(const KVCameraSetsRef &imageFiles);
     void removeObserverForImageFiles(const KVCameraSetsRef &imageFiles);
     // A model operation finished: its result replaces the camera sets, on the main thread.
@@ -105,17 +116,13 @@ protected:
     // Runs work on the model queue with the camera sets as the operation before it left them.
     void runModelOperation(std::function<KVModelResult(KVCameraSetDictionary)> work);
     KVCameraSetDictionary latestImageFiles() const;
-    // Runs work on the main thread later, unless this object is gone by then.
-    void dispatchMain(std::function<void()> work);
-    void dispatchMainAfter(double seconds, std::function<void()> work);
-
-private:
     void installImageFiles(const KVCameraSetsRef &imageFiles);
     static QList<QUrl> directoryContents(const QUrl &directory);
     // `given`: the URLs are those the user gave, not a folder's contents.
     void walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given);
 
     KVUserInterface *m_ui;
+    KVCameraSetsOwner *m_owner;
     std::shared_ptr<int> m_lifeToken = std::make_shared<int>(0);
     KVCameraSetsRef m_imageFiles;
     // The sets the next model operation starts from: those the last one made, or those set.

@@ -21,7 +21,7 @@
 #include <cmath>
 
 KVCommandLine::KVCommandLine()
-    : m_model(&m_ui) {
+    : m_delegate(&m_ui) {
 }
 
 void KVCommandLine::addPaths(const QStringList &paths) {
@@ -29,7 +29,7 @@ void KVCommandLine::addPaths(const QStringList &paths) {
     for (const QString &path : paths)
         absolute << QFileInfo(path).absoluteFilePath();
     const int reloadsBefore = m_ui.browserReloadCount();
-    m_model.openFiles(absolute);
+    model().openFiles(absolute);
     // The result is installed on this thread, so the loop only has to run until it arrives;
     // the report of refused files is queued just before it.
     while (m_ui.browserReloadCount() == reloadsBefore)

@@ -22,7 +22,8 @@ class KVCommandLine {
 public:
     KVCommandLine();
 
-    KVAppDelegate &model() { return m_model; }
+    KVAppDelegate &delegate() { return m_delegate; }
+    KVCameraSets &model() { return m_delegate.cameraSets(); }
     KVHeadlessUserInterface &userInterface() { return m_ui; }
 
     // Adds the paths and runs the event loop until the model has installed the result.
@@ -57,7 +58,7 @@ public:
 
 private:
     KVHeadlessUserInterface m_ui;
-    KVAppDelegate m_model;
+    KVAppDelegate m_delegate;
 };
 
 int KVRunListCommand(const QStringList &arguments);

@@ -83,7 +83,7 @@ int KVRunShiftCommand(const QStringList &arguments) {
 
     KVCommandLine commandLine;
     commandLine.addPaths(options->paths);
-    KVAppDelegate &model = commandLine.model();
+    KVCameraSets &model = commandLine.model();
     const QStringList keys = model.sortedCameras();
     for (const QString &key : options->cameras) {
         if (!keys.contains(key)) {

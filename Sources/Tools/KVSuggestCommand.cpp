@@ -67,7 +67,7 @@ int KVRunSuggestCommand(const QStringList &arguments) {
 
     KVCommandLine commandLine;
     commandLine.addPaths(paths);
-    KVAppDelegate &model = commandLine.model();
+    KVCameraSets &model = commandLine.model();
     if (model.numberOfCamerasInBrowser() == 0) {
         KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: no photos read\n"));
         return 1;

@@ -71,7 +71,7 @@ std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
     return options;
 }
 
-KVImageFileRef findPhoto(KVAppDelegate &model, const QString &path, int *camera) {
+KVImageFileRef findPhoto(KVCameraSets &model, const QString &path, int *camera) {
     for (int i = 0; i < model.numberOfCamerasInBrowser(); ++i) {
         for (const KVImageFileRef &file : model.imagesForCameraWithIndex(i)) {
             if (file->path() == path) {
@@ -92,14 +92,14 @@ int fail(const QString &message, int status) {
 // Ctrl-C, to end. Returns the signal that cancelled it, or 0.
 int runSynchronization(KVCommandLine &commandLine, std::FILE *progressStream,
                        const std::function<void()> &start) {
-    KVAppDelegate &model = commandLine.model();
-    KVSyncController &controller = model.syncController();
+    KVAppDelegate &delegate = commandLine.delegate();
+    KVSyncController &controller = delegate.syncController();
     // Another run over these folders is waited for; Ctrl-C ends the wait.
     controller.setLockWait(std::chrono::hours(24), [] { return KVRunProgress::signalPending(); });
     start();
     // Pressing the button again while the run goes is its Cancel.
     const int signalNumber = KVCommandLine::waitForRun(controller, progressStream,
-                                                       [&] { model.synchronizeTimeOrCancel(); });
+                                                       [&] { delegate.synchronizeTimeOrCancel(); });
     // What the end of the run shows is shown from the event loop.
     QCoreApplication::processEvents();
     return signalNumber;
@@ -114,13 +114,13 @@ int KVRunSyncCommand(const QStringList &arguments) {
     if (const std::optional<int> refused = KVCommandLine::refuseWhileInterrupted(!options->dryRun))
         return *refused;
     KVCommandLine commandLine;
-    KVAppDelegate &model = commandLine.model();
+    KVAppDelegate &delegate = commandLine.delegate();
     const QString tool = KVAppDelegate::toolPathForBundle(KVCommandLine::bundlePath());
     if (!options->dryRun && !QFileInfo(tool).isExecutable())
         return fail(KVCommandLine::tr("the tool %1 cannot be run; no photo was changed.").arg(tool),
                     1);
-    model.awakeFromNib();
-    model.applicationDidFinishLaunching(KVCommandLine::bundlePath());
+    delegate.awakeFromNib();
+    delegate.applicationDidFinishLaunching(KVCommandLine::bundlePath());
     commandLine.addPaths(options->paths);
 
     QJsonArray table;
@@ -129,7 +129,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
     if (options->suggested) {
         const KVCameraOffsetMemory memory;
         const KVSuggestedMatches suggestion =
-            KVSuggestedMatches::suggest(model.imageFiles(), QString(), &memory);
+            KVSuggestedMatches::suggest(delegate.imageFiles(), QString(), &memory);
         const KVTimeIntervals intervals = suggestion.confidentIntervals();
         text = KVSuggestionText(suggestion);
         for (const auto &[key, interval] : intervals) {
@@ -137,7 +137,8 @@ int KVRunSyncCommand(const QStringList &arguments) {
             table.append(QJsonObject{
                 {QStringLiteral("key"), key},
                 {QStringLiteral("seconds"), interval},
-                {QStringLiteral("photos"), static_cast<qint64>(model.imageFiles()->at(key).size())},
+                {QStringLiteral("photos"),
+                 static_cast<qint64>(delegate.imageFiles()->at(key).size())},
                 {QStringLiteral("match"),
                  camera->matchPhoto ? QJsonValue(camera->matchPhoto->path()) : QJsonValue()}});
         }
@@ -151,15 +152,16 @@ int KVRunSyncCommand(const QStringList &arguments) {
             KVCommandLine::print(stdout, text);
             return 0;
         }
-        start = [&model, intervals, reference = suggestion.referenceKey] {
-            model.synchronizeTimeIntervals(intervals, reference);
+        start = [&delegate, intervals, reference = suggestion.referenceKey] {
+            delegate.synchronizeTimeIntervals(intervals, reference);
         };
     } else {
         // The photos are marked the way clicks mark them: a double click for the reference, a
         // click for each matching photo.
         int referenceCamera = -1;
         if (!options->reference.isEmpty()) {
-            KVImageFileRef reference = findPhoto(model, options->reference, &referenceCamera);
+            KVImageFileRef reference =
+                findPhoto(delegate.cameraSets(), options->reference, &referenceCamera);
             if (!reference)
                 return fail(
                     KVCommandLine::tr("%1 is not among the photos read").arg(options->reference),
@@ -169,7 +171,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
         QList<int> matchedCameras;
         for (const QString &path : options->matches) {
             int camera = -1;
-            KVImageFileRef match = findPhoto(model, path, &camera);
+            KVImageFileRef match = findPhoto(delegate.cameraSets(), path, &camera);
             if (!match)
                 return fail(KVCommandLine::tr("%1 is not among the photos read").arg(path), 2);
             if (camera == referenceCamera || matchedCameras.contains(camera))
@@ -182,12 +184,12 @@ int KVRunSyncCommand(const QStringList &arguments) {
             match->setImageState(KVImageStateSelected);
         }
         if (options->base.isValid()) {
-            KVManualDateTimeViewController &manual = model.manualDateTimeViewController();
+            KVManualDateTimeViewController &manual = delegate.manualDateTimeViewController();
             manual.setFullDate(options->base);
             manual.setIsEtalonDateSet(true);
         }
 
-        const KVReferenceSet set = model.etalonWithSelectedImages();
+        const KVReferenceSet set = delegate.etalonWithSelectedImages();
         const KVTimeIntervals intervals = set.timeIntervals();
         text =
             KVCommandLine::tr("reference: %1, %2\n")
@@ -195,7 +197,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
                      KVCommandLine::dateText(set.etalon->creationDate()));
         for (const auto &[key, interval] : intervals) {
             const KVImageFileRef &match = set.selectedImages.at(key);
-            const qsizetype photos = model.imageFiles()->at(key).size();
+            const qsizetype photos = delegate.imageFiles()->at(key).size();
             text += KVCommandLine::tr("%1  %2  %3 photos  (matching %4, %5)\n")
                         .arg(key, KVCommandLine::offsetText(interval))
                         .arg(photos)
@@ -206,7 +208,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
                                      {QStringLiteral("match"), match->path()}});
         }
 
-        start = [&model] { model.synchronizeTimeOrCancel(); };
+        start = [&delegate] { delegate.synchronizeTimeOrCancel(); };
     }
     if (!options->json)
         KVCommandLine::print(stdout, text);
@@ -224,7 +226,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
     for (const KVHeadlessUserInterface::Alert &alert : ui.alerts())
         alerts.append(alert.title + QStringLiteral(": ") + alert.text);
     const KVSyncController::Outcome outcome =
-        model.syncController().lastOutcome().value_or(KVSyncController::Outcome());
+        delegate.syncController().lastOutcome().value_or(KVSyncController::Outcome());
     // The photos the run did not change, those it never reached included.
     std::vector<KVPhotoChangeResult> notChangedResults = outcome.notChanged;
     if (outcome.end == KVRunRecord::End::Abandoned)

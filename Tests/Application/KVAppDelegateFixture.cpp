@@ -55,13 +55,13 @@ QString KVAppDelegateFixture::makePhoto(const QString &folder, const QString &na
 
 void KVAppDelegateFixture::add(const QStringList &paths) {
     const int reloads = m_ui.browserReloadCount();
-    m_delegate->openFiles(paths);
+    m_delegate->cameraSets().openFiles(paths);
     ASSERT_TRUE(KVTest::waitFor([&] { return m_ui.browserReloadCount() > reloads; }));
 }
 
 KVImageFileRef KVAppDelegateFixture::photo(const QString &path) const {
     for (int i = 0; i < m_delegate->numberOfCamerasInBrowser(); ++i) {
-        for (const KVImageFileRef &file : m_delegate->imagesForCameraWithIndex(i)) {
+        for (const KVImageFileRef &file : m_delegate->cameraSets().imagesForCameraWithIndex(i)) {
             if (file->path() == path)
                 return file;
         }

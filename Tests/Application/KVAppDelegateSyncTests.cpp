@@ -12,6 +12,9 @@
 #include <QDir>
 #include <QFile>
 
+#include <mutex>
+#include <utility>
+
 namespace {
 
 const QString synced = QStringLiteral("Your photos have been synced\nsuccessfully!");
@@ -227,6 +230,70 @@ TEST_F(KVAppDelegateSyncTest, DisplayAndAvailabilityFollowTheModel) {
     EXPECT_EQ(m_ui.displayedText(), "No photos to sync");
     EXPECT_FALSE(m_delegate->isManualSetEnable());
     EXPECT_FALSE(m_delegate->validateMenuItem(KVAppDelegate::MenuAction::RemoveFiles));
+}
+
+// The window follows the delegate and its browser asks the camera sets: both must give the
+// delegate's answers, whichever of the two the change came from.
+TEST_F(KVAppDelegateSyncTest, TheDelegateAndItsCameraSetsAnswerAlike) {
+    class Watcher : public KVObserver {
+    public:
+        void observeValueForKeyPath(const QString &keyPath, KVObservable *) override {
+            std::lock_guard lock(mutex);
+            keys << keyPath;
+        }
+        QStringList take() {
+            std::lock_guard lock(mutex);
+            return std::exchange(keys, {});
+        }
+        std::mutex mutex;
+        QStringList keys;
+    } watcher;
+    const QStringList followed = {"imageFiles", "isProcessingPathes", "isSynchronizationPossible",
+                                  "isEnabledSynchronization", "isManualSetEnable"};
+    for (const QString &key : followed)
+        m_delegate->addObserver(&watcher, key);
+
+    add({makePhoto(m_root.filePath("more"), "a3.jpg", "cameras/Canon_40D.jpg",
+                   "2024:06:01 12:20:00")});
+    const QStringList added = watcher.take();
+    for (const QString &key : followed)
+        EXPECT_TRUE(added.contains(key)) << key.toStdString();
+
+    // A click on a photo reaches the delegate through the sets that hold it.
+    markReferenceAndMatch();
+    EXPECT_EQ(m_delegate->etalon(), photo(m_a1));
+    const QStringList marked = watcher.take();
+    EXPECT_TRUE(marked.contains("isSynchronizationPossible"));
+    EXPECT_TRUE(marked.contains("isEnabledSynchronization"));
+    EXPECT_TRUE(m_delegate->isEnabledSynchronization());
+
+    m_delegate->suggestMatches();
+    bool anyNote = false;
+    for (int camera = 0; camera < 2; ++camera) {
+        bool warning = false, setsWarning = true;
+        const QString note = m_delegate->noteForCameraWithIndex(camera, &warning);
+        EXPECT_EQ(m_delegate->cameraSets().noteForCameraWithIndex(camera, &setsWarning), note);
+        EXPECT_EQ(setsWarning, warning);
+        anyNote = anyNote || !note.isEmpty();
+    }
+    EXPECT_TRUE(anyNote);
+
+    // A run keeps the browser from taking drops: the sets are busy while it goes.
+    photo(m_a1)->setImageState(KVImageStateEtalon);
+    photo(m_b2)->setImageState(KVImageStateSelected);
+    const KVTest::FakeTool tool(m_root.filePath("tool"), 0);
+    tool.closeGate();
+    KVSetToolPath(tool.path());
+    m_delegate->synchronizeTimeOrCancel();
+    ASSERT_TRUE(KVTest::waitFor([&] { return tool.isHolding(); }, std::chrono::seconds(60)));
+    EXPECT_TRUE(m_delegate->cameraSets().isProcessingPathes());
+    EXPECT_FALSE(m_delegate->cameraSets().isReadingFiles());
+    EXPECT_TRUE(watcher.take().contains("isProcessingPathes"));
+    m_delegate->synchronizeTimeOrCancel();
+    ASSERT_TRUE(KVTest::waitFor([&] { return !m_ui.isLocked(); }, std::chrono::seconds(20)));
+    EXPECT_FALSE(m_delegate->cameraSets().isProcessingPathes());
+    EXPECT_EQ(datesOfB(), originalB);
+    m_delegate->removeObserver(&watcher);
 }
 
 // A raw file the tool refuses, in a run with photos it can write: the run says it is not

@@ -159,7 +159,7 @@ void KVEndToEndTest::zoomOnto(KVTableCellView *cell, int index) {
 }
 
 void KVEndToEndTest::clickPhoto(const QString &cameraKey, const QString &file, int clicks) {
-    const int row = int(delegate().sortedCameras().indexOf(cameraKey));
+    const int row = int(delegate().cameraSets().sortedCameras().indexOf(cameraKey));
     ASSERT_GE(row, 0) << "no camera " << cameraKey.toStdString();
     KVCameraBrowser *browser = window->cameraBrowser();
     browser->scrollRowToVisible(row);

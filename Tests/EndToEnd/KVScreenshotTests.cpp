@@ -65,7 +65,7 @@ protected:
 
     void TearDown() override {
         if (window) {
-            window->appDelegate().queue().waitUntilAllOperationsAreFinished();
+            window->appDelegate().cameraSets().queue().waitUntilAllOperationsAreFinished();
             window.reset();
         }
         for (QTranslator *translator : std::as_const(m_translators)) {
@@ -192,7 +192,8 @@ TEST_F(KVScreenshotTest, AnAlertLeadsWithItsHeadline) {
     const QRect twoRows =
         QRect(browser->mapTo(window.get(), QPoint(0, 0)),
               QSize(browser->viewport()->width(), 2 * KVCameraBrowser::rowHeight));
-    EXPECT_TRUE(window->appDelegate().nameForCameraWithIndex(0).contains(QStringLiteral(" · …")));
+    EXPECT_TRUE(window->appDelegate().cameraSets().nameForCameraWithIndex(0).contains(
+        QStringLiteral(" · …")));
     save(window->grab(twoRows).toImage(), QStringLiteral("kalvora-two-bodies.png"));
 
     // A photo moved to the Trash while it is shown: the program says so.

@@ -57,7 +57,7 @@ TEST_F(KVSuggestEndToEndTest, SuggestMatchesMarksTheSureCamerasAsClicksWouldAndS
     int sure = 0;
     KVCameraBrowser *browser = window->cameraBrowser();
     for (int row = 0; row < browser->numberOfRows(); ++row) {
-        const QString key = delegate().sortedCameras().value(row);
+        const QString key = delegate().cameraSets().sortedCameras().value(row);
         const KVSuggestedMatches::Camera *camera = suggestion.cameraWithKey(key);
         KVTableCellView *cell = browser->viewAtRow(row, false);
         ASSERT_TRUE(cell) << "row " << row << " is not in view";

@@ -319,10 +319,10 @@ TEST_F(KVCameraSetsTest, InstalledPhotosAreObservedAndStateChangesAnnounceAvaila
         QStringList keys;
     } watcher;
     m_model.addObserver(&watcher, "isSynchronizationPossible");
-    m_model.addObserver(&watcher, "isManualSetEnable");
+    m_model.addObserver(&watcher, "isProcessingPathes");
     add(KVTest::copySamples({"cameras/Canon_40D.jpg"}, m_folder.path()));
     EXPECT_TRUE(watcher.keys.contains("isSynchronizationPossible"));
-    EXPECT_TRUE(watcher.keys.contains("isManualSetEnable"));
+    EXPECT_TRUE(watcher.keys.contains("isProcessingPathes"));
     watcher.keys.clear();
     m_model.imagesForCameraWithIndex(0).at(0)->setImageState(KVImageStateEtalon);
     EXPECT_EQ(watcher.keys, QStringList({"isSynchronizationPossible"}));

@@ -16,7 +16,6 @@
 
 #include <gtest/gtest.h>
 
-
 namespace {
 
 const QString cameraA = QStringLiteral("Oriel OX-5 OX5-204417");
@@ -117,16 +116,16 @@ TEST(KVSuggestedMatches, TheDelegateMarksThemAsClicksWouldInPlaceOfEarlierMarks)
     KVAppDelegate delegate(&ui);
     EXPECT_FALSE(delegate.canSuggestMatches());
     const int reloads = ui.browserReloadCount();
-    delegate.openFiles({folder.filePath("event")});
+    delegate.cameraSets().openFiles({folder.filePath("event")});
     ASSERT_TRUE(KVTest::waitFor([&] { return ui.browserReloadCount() > reloads; }));
     ASSERT_EQ(delegate.numberOfCamerasInBrowser(), 4);
     ASSERT_TRUE(delegate.canSuggestMatches());
 
     // Marks made by hand against another reference: the last photo of the first camera, and a
     // photo of the second camera.
-    delegate.imagesForCameraWithIndex(0).back()->setImageState(KVImageStateEtalon);
-    delegate.imagesForCameraWithIndex(1).back()->setImageState(KVImageStateSelected);
-    ASSERT_EQ(delegate.etalon(), delegate.imagesForCameraWithIndex(0).back());
+    delegate.cameraSets().imagesForCameraWithIndex(0).back()->setImageState(KVImageStateEtalon);
+    delegate.cameraSets().imagesForCameraWithIndex(1).back()->setImageState(KVImageStateSelected);
+    ASSERT_EQ(delegate.etalon(), delegate.cameraSets().imagesForCameraWithIndex(0).back());
 
     delegate.suggestMatches();
     const KVSuggestedMatches &suggestion = delegate.matchSuggester().suggestion();
@@ -147,7 +146,8 @@ TEST(KVSuggestedMatches, TheDelegateMarksThemAsClicksWouldInPlaceOfEarlierMarks)
     // Each marked photo is the one its row is asked to show; the headers say what was done.
     std::vector<std::pair<int, int>> expected;
     for (int camera = 0; camera < 4; ++camera) {
-        const std::vector<KVImageFileRef> &files = delegate.imagesForCameraWithIndex(camera);
+        const std::vector<KVImageFileRef> &files =
+            delegate.cameraSets().imagesForCameraWithIndex(camera);
         for (int i = 0; i < int(files.size()); ++i) {
             if (files[size_t(i)]->imageState() != KVImageStateNormal)
                 expected.emplace_back(camera, i);

@@ -60,7 +60,7 @@ protected:
     }
 
     void TearDown() override {
-        window->appDelegate().queue().waitUntilAllOperationsAreFinished();
+        window->appDelegate().cameraSets().queue().waitUntilAllOperationsAreFinished();
         window.reset();
     }
 
@@ -136,7 +136,8 @@ TEST_F(KVWindowTest, ADoubleClickedPhotoIsShownOnTheDisplayAndAMatchOnAnotherCam
             QTest::mouseClick(timeline, Qt::LeftButton, Qt::NoModifier, at);
         QCoreApplication::processEvents();
     };
-    const KVImageFileRef canon = window->appDelegate().imagesForCameraWithIndex(0).front();
+    const KVImageFileRef canon =
+        window->appDelegate().cameraSets().imagesForCameraWithIndex(0).front();
     clickPhoto(0, true);
     ASSERT_EQ(canon->imageState(), KVImageStateEtalon);
     EXPECT_EQ(window->appDelegate().etalon(), canon);
@@ -145,7 +146,7 @@ TEST_F(KVWindowTest, ADoubleClickedPhotoIsShownOnTheDisplayAndAMatchOnAnotherCam
     EXPECT_FALSE(window->syncButton()->isEnabled());
 
     clickPhoto(1, false);
-    EXPECT_EQ(window->appDelegate().imagesForCameraWithIndex(1).front()->imageState(),
+    EXPECT_EQ(window->appDelegate().cameraSets().imagesForCameraWithIndex(1).front()->imageState(),
               KVImageStateSelected);
     EXPECT_TRUE(KVTest::waitFor([&] {
         QCoreApplication::processEvents();
@@ -160,7 +161,7 @@ TEST_F(KVWindowTest, ADoubleClickedPhotoIsShownOnTheDisplayAndAMatchOnAnotherCam
 
 TEST_F(KVWindowTest, WhileBusyTheWindowIsLockedAndRefusesToCloseOrQuit) {
     auto gate = std::make_shared<KVGateOperation>();
-    window->appDelegate().queue().addOperation(gate);
+    window->appDelegate().cameraSets().queue().addOperation(gate);
     QCoreApplication::processEvents();
     ASSERT_TRUE(window->appDelegate().isProcessingPathes());
     // Undo stays off while the model is busy, even with a step to undo.
@@ -177,7 +178,7 @@ TEST_F(KVWindowTest, WhileBusyTheWindowIsLockedAndRefusesToCloseOrQuit) {
     EXPECT_TRUE(window->quitAction()->isEnabled());
 
     gate->release();
-    window->appDelegate().queue().waitUntilAllOperationsAreFinished();
+    window->appDelegate().cameraSets().queue().waitUntilAllOperationsAreFinished();
     QCoreApplication::processEvents();
     window->validateMenuItems();
     EXPECT_TRUE(window->undoAction()->isEnabled());

@@ -33,7 +33,7 @@ KVStartView::KVStartView(QWidget *parent)
 void KVStartView::setAppDelegate(KVAppDelegate *delegate) {
     m_dropHandler = [delegate](const QList<QUrl> &urls) {
         if (delegate)
-            delegate->addNewFilesFromURLs(urls);
+            delegate->cameraSets().addNewFilesFromURLs(urls);
     };
 }
 

@@ -62,7 +62,7 @@ KVWindow::KVWindow(QWidget *parent)
     setWindowTitle(QStringLiteral("Kalvora"));
     setMinimumSize(720, 480);
     resize(1000, 680);
-    m_browserDataSource = std::make_unique<KVCameraBrowserAdapter>(*m_delegate);
+    m_browserDataSource = std::make_unique<KVCameraBrowserAdapter>(m_delegate->cameraSets());
     buildContent();
     buildMenus();
     for (const QString &key : followedKeys())
@@ -122,7 +122,7 @@ void KVWindow::buildContent() {
     m_browser->setDataSource(m_browserDataSource.get());
     m_startView = new KVStartView(m_stack);
     m_startView->setDropHandler(
-        [this](const QList<QUrl> &urls) { m_delegate->addNewFilesFromURLs(urls); });
+        [this](const QList<QUrl> &urls) { m_delegate->cameraSets().addNewFilesFromURLs(urls); });
     m_stack->addWidget(m_browser);
     m_stack->addWidget(m_startView);
     m_stack->setCurrentWidget(m_startView);
@@ -194,7 +194,7 @@ void KVWindow::openFiles(const QStringList &paths) {
     urls.reserve(paths.size());
     for (const QString &path : paths)
         urls.append(QUrl::fromLocalFile(QDir::current().absoluteFilePath(path)));
-    m_delegate->addNewFilesFromURLs(urls);
+    m_delegate->cameraSets().addNewFilesFromURLs(urls);
 }
 
 void KVWindow::validateMenuItems() {
@@ -451,7 +451,7 @@ void KVWindow::displayString(const QString &text) {
 }
 
 void KVWindow::displayImageFile(const KVImageFileRef &file) {
-    m_display->drawImageFile(file, m_delegate->distinctCameraName(file));
+    m_display->drawImageFile(file, m_delegate->cameraSets().distinctCameraName(file));
 }
 
 void KVWindow::displaySyncProcess() {
