@@ -420,6 +420,192 @@ Kein Foto wurde geändert.
         <source>NOT changed back</source>
         <translation>NICHT zurückgesetzt</translation>
     </message>
+    <message>
+        <source>kalvora-cli: a run was cut off before it ended:
+%1Run &quot;kalvora-cli recover&quot; to change its photos back (or &quot;kalvora-cli recover --finish&quot; to finish it); no photo was changed.
+</source>
+        <translation>kalvora-cli: Ein Lauf wurde vor seinem Ende abgebrochen:
+%1Mit „kalvora-cli recover“ werden seine Fotos zurückgesetzt (mit „kalvora-cli recover --finish“ wird er zu Ende geführt); kein Foto wurde geändert.
+</translation>
+    </message>
+    <message>
+        <source>kalvora-cli: a run was cut off before it ended:
+%1Run &quot;kalvora-cli recover&quot; to change its photos back (or &quot;kalvora-cli recover --finish&quot; to finish it).
+</source>
+        <translation>kalvora-cli: Ein Lauf wurde vor seinem Ende abgebrochen:
+%1Mit „kalvora-cli recover“ werden seine Fotos zurückgesetzt (mit „kalvora-cli recover --finish“ wird er zu Ende geführt).
+</translation>
+    </message>
+    <message>
+        <source>
+Still changing back the photos already changed; please wait.
+</source>
+        <translation>
+Die bereits geänderten Fotos werden noch zurückgesetzt; bitte warten.
+</translation>
+    </message>
+    <message>
+        <source>
+Cancelling: stopping the tools, then changing back the photos already changed...
+</source>
+        <translation>
+Abbrechen: Die Werkzeuge werden beendet, dann die bereits geänderten Fotos zurückgesetzt …
+</translation>
+    </message>
+    <message>
+        <source>, undone</source>
+        <translation>, rückgängig gemacht</translation>
+    </message>
+    <message>
+        <source>No runs yet.
+</source>
+        <translation>Noch keine Läufe.
+</translation>
+    </message>
+    <message>
+        <source>Started</source>
+        <translation>Begonnen</translation>
+    </message>
+    <message>
+        <source>Run</source>
+        <translation>Lauf</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>Photos</source>
+        <translation>Fotos</translation>
+    </message>
+    <message>
+        <source>Changed</source>
+        <translation>Geändert</translation>
+    </message>
+    <message>
+        <source>Not changed</source>
+        <translation>Nicht geändert</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>No run was cut off.
+</source>
+        <translation>Kein Lauf wurde abgebrochen.
+</translation>
+    </message>
+    <message>
+        <source>taken over by another process</source>
+        <translation>von einem anderen Prozess übernommen</translation>
+    </message>
+    <message>
+        <source>finished</source>
+        <translation>abgeschlossen</translation>
+    </message>
+    <message>
+        <source>changed back</source>
+        <translation>zurückgesetzt</translation>
+    </message>
+    <message>
+        <source>    NOT settled: %1: %2
+</source>
+        <translation>    NICHT bereinigt: %1: %2
+</translation>
+    </message>
+    <message>
+        <source>Cancelling: stopping the tools...</source>
+        <translation>Abbrechen: Die Werkzeuge werden beendet …</translation>
+    </message>
+    <message>
+        <source>reference: %1
+</source>
+        <translation>Referenz: %1
+</translation>
+    </message>
+    <message>
+        <source>%1  %2  confidence %3%4
+</source>
+        <translation>%1  %2  Sicherheit %3%4
+</translation>
+    </message>
+    <message>
+        <source> (not sure)</source>
+        <translation> (nicht sicher)</translation>
+    </message>
+    <message>
+        <source>    lined up through %1
+</source>
+        <translation>    ausgerichtet über %1
+</translation>
+    </message>
+    <message>
+        <source>    started from its remembered offset; drift %1
+</source>
+        <translation>    vom gemerkten Versatz ausgegangen; Drift %1
+</translation>
+    </message>
+    <message>
+        <source>    its remembered offset, not confirmed by the photos
+</source>
+        <translation>    der gemerkte Versatz, von den Fotos nicht bestätigt
+</translation>
+    </message>
+    <message>
+        <source>kalvora-cli: no photos read
+</source>
+        <translation>kalvora-cli: keine Fotos gelesen
+</translation>
+    </message>
+    <message>
+        <source>kalvora-cli: %1 is not a camera of the photos read (kalvora-cli list names them)
+</source>
+        <translation>kalvora-cli: %1 ist keine Kamera der gelesenen Fotos (kalvora-cli list nennt sie)
+</translation>
+    </message>
+    <message>
+        <source>kalvora-cli: %1
+</source>
+        <translation>kalvora-cli: %1
+</translation>
+    </message>
+    <message>
+        <source>changed</source>
+        <translation>geändert</translation>
+    </message>
+    <message>
+        <source>kalvora-cli: nothing to undo.
+</source>
+        <translation>kalvora-cli: Es gibt nichts rückgängig zu machen.
+</translation>
+    </message>
+    <message>
+        <source>Undoing the %1 of %2:
+</source>
+        <translation>Rückgängig machen: %1 vom %2:
+</translation>
+    </message>
+    <message>
+        <source>%1 of %2 photos moved back.
+</source>
+        <translation>%1 von %2 Fotos zurückverschoben.
+</translation>
+    </message>
+    <message>
+        <source>Cancelled: the photos moved back were moved forth again.
+</source>
+        <translation>Abgebrochen: Die zurückverschobenen Fotos wurden wieder vorverschoben.
+</translation>
+    </message>
+    <message>
+        <source>NOT moved back</source>
+        <translation>NICHT zurückverschoben</translation>
+    </message>
+    <message>
+        <source>NOT moved forth again</source>
+        <translation>NICHT wieder vorverschoben</translation>
+    </message>
 </context>
 <context>
     <name>KVDisplaySynchProgressDrawer</name>
@@ -626,6 +812,49 @@ Kameras werden abgeglichen: %ld von %ld</translation>
     <message>
         <source>There is not enough free space in %1: %2 are needed to change the photos safely, %3 are free.</source>
         <translation>In %1 ist nicht genug Platz frei: %2 werden gebraucht, um die Fotos sicher zu ändern, %3 sind frei.</translation>
+    </message>
+</context>
+<context>
+    <name>KVRunRecord</name>
+    <message>
+        <source>sync</source>
+        <translation>Synchronisierung</translation>
+    </message>
+    <message>
+        <source>shift</source>
+        <translation>Verschiebung</translation>
+    </message>
+    <message>
+        <source>undo</source>
+        <translation>Rückgängig</translation>
+    </message>
+    <message>
+        <source>redo</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>change-back</source>
+        <translation>Zurücksetzen</translation>
+    </message>
+    <message>
+        <source>open</source>
+        <translation>offen</translation>
+    </message>
+    <message>
+        <source>finished</source>
+        <translation>beendet</translation>
+    </message>
+    <message>
+        <source>cancelled</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>abandoned</source>
+        <translation>aufgegeben</translation>
+    </message>
+    <message>
+        <source>recovered</source>
+        <translation>wiederhergestellt</translation>
     </message>
 </context>
 <context>

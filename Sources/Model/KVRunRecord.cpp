@@ -5,6 +5,7 @@
 
 #include "KVRunJournal.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -220,6 +221,38 @@ std::optional<KVRunKind> KVRunRecord::kindFromName(const QString &name) {
 
 QString KVRunRecord::endName(End end) {
     return toName(endNames, end);
+}
+
+QString KVRunRecord::kindText(KVRunKind kind) {
+    switch (kind) {
+    case KVRunKind::Sync:
+        return QCoreApplication::translate("KVRunRecord", "sync");
+    case KVRunKind::Shift:
+        return QCoreApplication::translate("KVRunRecord", "shift");
+    case KVRunKind::Undo:
+        return QCoreApplication::translate("KVRunRecord", "undo");
+    case KVRunKind::Redo:
+        return QCoreApplication::translate("KVRunRecord", "redo");
+    case KVRunKind::ChangeBack:
+        return QCoreApplication::translate("KVRunRecord", "change-back");
+    }
+    return kindName(kind);
+}
+
+QString KVRunRecord::endText(End end) {
+    switch (end) {
+    case End::Open:
+        return QCoreApplication::translate("KVRunRecord", "open");
+    case End::Finished:
+        return QCoreApplication::translate("KVRunRecord", "finished");
+    case End::Cancelled:
+        return QCoreApplication::translate("KVRunRecord", "cancelled");
+    case End::Abandoned:
+        return QCoreApplication::translate("KVRunRecord", "abandoned");
+    case End::Recovered:
+        return QCoreApplication::translate("KVRunRecord", "recovered");
+    }
+    return endName(end);
 }
 
 QString KVRunRecord::stateName(KVJournalEntry::State state) {

@@ -91,6 +91,9 @@ struct KVRunRecord {
     static QString kindName(KVRunKind kind);
     static std::optional<KVRunKind> kindFromName(const QString &name);
     static QString endName(End end);
+    // The kind and the end as the user reads them, in the user's language.
+    static QString kindText(KVRunKind kind);
+    static QString endText(End end);
     static QString stateName(KVJournalEntry::State state);
     static std::optional<KVJournalEntry::State> stateFromName(const QString &name);
 };

@@ -48,7 +48,7 @@ QString KVRunRecovery::describe(const std::vector<KVRunRecord> &runs) {
                                                 [](const auto &entry) { return entry.touched; });
         text += QCoreApplication::translate(
                     "KVRunRecovery", "%1 of %2 photos, started %3: %4 photos may have changed\n")
-                    .arg(KVRunRecord::kindName(run.kind))
+                    .arg(KVRunRecord::kindText(run.kind))
                     .arg(run.entries.size())
                     .arg(run.started.toLocalTime().toString(Qt::ISODate))
                     .arg(touched);

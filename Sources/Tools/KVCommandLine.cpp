@@ -83,11 +83,14 @@ std::optional<int> KVCommandLine::refuseWhileInterrupted(bool changesPhotos) {
         KVRunRecovery::interruptedRuns(KVRunRecovery::Mode::ChangeBack);
     if (runs.empty())
         return std::nullopt;
-    print(stderr, QStringLiteral("kalvora-cli: a run was cut off before it ended:\n%1"
-                                 "Run \"kalvora-cli recover\" to change its photos back (or "
-                                 "\"kalvora-cli recover --finish\" to finish it)%2.\n")
-                      .arg(KVRunRecovery::describe(runs),
-                           changesPhotos ? QStringLiteral("; no photo was changed") : QString()));
+    print(stderr, (changesPhotos ? tr("kalvora-cli: a run was cut off before it ended:\n%1Run "
+                                      "\"kalvora-cli recover\" to change its photos back (or "
+                                      "\"kalvora-cli recover --finish\" to finish it); no photo "
+                                      "was changed.\n")
+                                 : tr("kalvora-cli: a run was cut off before it ended:\n%1Run "
+                                      "\"kalvora-cli recover\" to change its photos back (or "
+                                      "\"kalvora-cli recover --finish\" to finish it).\n"))
+                      .arg(KVRunRecovery::describe(runs)));
     if (!changesPhotos)
         return std::nullopt;
     return 1;
@@ -105,13 +108,12 @@ int KVCommandLine::waitForRun(KVSyncController &controller, std::FILE *progressS
         if (received == 0)
             return;
         if (signalNumber != 0) {
-            print(stderr, QStringLiteral("\nStill changing back the photos already changed; "
-                                         "please wait.\n"));
+            print(stderr, tr("\nStill changing back the photos already changed; please wait.\n"));
             return;
         }
         signalNumber = received;
-        print(stderr, QStringLiteral("\nCancelling: stopping the tools, then changing back the "
-                                     "photos already changed...\n"));
+        print(stderr, tr("\nCancelling: stopping the tools, then changing back the photos "
+                         "already changed...\n"));
         cancel();
         clock.restart();
     });
@@ -143,6 +145,22 @@ QJsonArray KVCommandLine::photoArray(const std::vector<KVPhotoChangeResult> &res
         photos.append(photo);
     }
     return photos;
+}
+
+QString KVCommandLine::table(const QStringList &headings, const QList<QStringList> &rows) {
+    QList<qsizetype> widths(headings.size());
+    for (const QStringList &row : QList<QStringList>{headings} + rows) {
+        for (qsizetype column = 0; column < row.size() && column < widths.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    }
+    QString text;
+    for (const QStringList &row : QList<QStringList>{headings} + rows) {
+        QString line;
+        for (qsizetype column = 0; column < row.size() && column < widths.size(); ++column)
+            line += row[column].leftJustified(widths[column] + 2);
+        text += line.trimmed() + QLatin1Char('\n');
+    }
+    return text;
 }
 
 QString KVCommandLine::photoList(const QString &heading,

@@ -53,6 +53,8 @@ public:
     // Each photo as {"path", "reason"} (reason only where there is one).
     static QJsonArray photoArray(const std::vector<KVPhotoChangeResult> &results);
     // The lines "    path: reason" under a heading, or nothing for no photos.
+    // Rows under their headings, each column as wide as its widest cell.
+    static QString table(const QStringList &headings, const QList<QStringList> &rows);
     static QString photoList(const QString &heading,
                              const std::vector<KVPhotoChangeResult> &results);
 

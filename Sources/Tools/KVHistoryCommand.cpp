@@ -21,7 +21,7 @@ int KVRunHistoryCommand(const QStringList &arguments) {
     const std::vector<KVRunRecord> runs = KVRunRecord::all();
     const std::optional<KVRunRecord> undoable = KVLastUndoableRun(runs);
     QJsonArray list;
-    QString text;
+    QList<QStringList> rows;
     for (const KVRunRecord &run : runs) {
         const bool undone = std::any_of(runs.begin(), runs.end(), [&](const KVRunRecord &other) {
             return other.kind == KVRunKind::Undo && other.of == run.id &&
@@ -41,23 +41,33 @@ int KVRunHistoryCommand(const QStringList &arguments) {
                         {QStringLiteral("notChanged"), static_cast<qint64>(notChanged)},
                         {QStringLiteral("undone"), undone},
                         {QStringLiteral("nextToUndo"), next}});
-        text += QStringLiteral("%1  %2  %3  %4 photos: %5 changed, %6 not changed%7%8%9\n")
-                    .arg(run.started.toLocalTime().toString(Qt::ISODate), run.id,
-                         KVRunRecord::kindName(run.kind))
-                    .arg(run.entries.size())
-                    .arg(changed)
-                    .arg(notChanged)
-                    .arg(run.end == KVRunRecord::End::Finished
-                             ? QString()
-                             : QStringLiteral(", ") + KVRunRecord::endName(run.end),
-                         undone ? QStringLiteral(", undone") : QString(),
-                         next ? QStringLiteral("  <- kalvora-cli undo") : QString());
+        QString state = KVRunRecord::endText(run.end);
+        if (undone)
+            state += KVCommandLine::tr(", undone");
+        if (next)
+            state += QStringLiteral("  <- kalvora-cli undo");
+        rows << QStringList{run.started.toLocalTime().toString(Qt::ISODate),
+                            run.id,
+                            KVRunRecord::kindText(run.kind),
+                            QString::number(run.entries.size()),
+                            QString::number(changed),
+                            QString::number(notChanged),
+                            state};
     }
-    if (json)
+    if (json) {
         KVCommandLine::print(
             stdout,
             QString::fromUtf8(QJsonDocument(QJsonObject{{QStringLiteral("runs"), list}}).toJson()));
-    else
-        KVCommandLine::print(stdout, runs.empty() ? QStringLiteral("No runs yet.\n") : text);
+    } else if (runs.empty()) {
+        KVCommandLine::print(stdout, KVCommandLine::tr("No runs yet.\n"));
+    } else {
+        KVCommandLine::print(
+            stdout,
+            KVCommandLine::table({KVCommandLine::tr("Started"), KVCommandLine::tr("Run"),
+                                  KVCommandLine::tr("Kind"), KVCommandLine::tr("Photos"),
+                                  KVCommandLine::tr("Changed"), KVCommandLine::tr("Not changed"),
+                                  KVCommandLine::tr("State")},
+                                 rows));
+    }
     return 0;
 }

@@ -30,15 +30,15 @@ int KVRunRecoverCommand(const QStringList &arguments) {
     const std::vector<KVRunRecovery::Result> results = KVRunRecovery::settleAll(mode, tool);
     using Photo = KVRunRecovery::Photo;
     QJsonArray runs;
-    QString text = results.empty() ? QStringLiteral("No run was cut off.\n") : QString();
+    QString text = results.empty() ? KVCommandLine::tr("No run was cut off.\n") : QString();
     qsizetype failed = 0;
     for (const KVRunRecovery::Result &result : results) {
         QJsonArray photos;
         text += QStringLiteral("%1 %2: %3\n")
-                    .arg(KVRunRecord::kindName(result.kind), result.runId,
-                         !result.settled ? QStringLiteral("taken over by another process")
-                         : mode == KVRunRecovery::Mode::Finish ? QStringLiteral("finished")
-                                                               : QStringLiteral("changed back"));
+                    .arg(KVRunRecord::kindText(result.kind), result.runId,
+                         !result.settled ? KVCommandLine::tr("taken over by another process")
+                         : mode == KVRunRecovery::Mode::Finish ? KVCommandLine::tr("finished")
+                                                               : KVCommandLine::tr("changed back"));
         for (const Photo &photo : result.photos) {
             const QString what = photo.result == Photo::Result::Moved  ? QStringLiteral("moved")
                                  : photo.result == Photo::Result::Kept ? QStringLiteral("kept")
@@ -50,7 +50,8 @@ int KVRunRecoverCommand(const QStringList &arguments) {
             photos.append(entry);
             if (photo.result == Photo::Result::Failed) {
                 ++failed;
-                text += QStringLiteral("    NOT settled: %1: %2\n").arg(photo.path, photo.reason);
+                text +=
+                    KVCommandLine::tr("    NOT settled: %1: %2\n").arg(photo.path, photo.reason);
             } else if (photo.result == Photo::Result::Moved) {
                 text += QStringLiteral("    %1\n").arg(photo.path);
             }

@@ -68,7 +68,8 @@ QString line(const KVOperationQueue &queue, qint64 elapsedMilliseconds) {
     const qint64 done = queue.processedImagesCount();
     const bool reverting = queue.isOperationsCancelled();
     if (reverting && queue.cancelledImagesCount() == 0)
-        return QStringLiteral("\rCancelling: stopping the tools...\033[K");
+        return QStringLiteral("\r%1\033[K")
+            .arg(KVCommandLine::tr("Cancelling: stopping the tools..."));
     // While reverting, the count runs down from what has to be changed back.
     const qint64 total = reverting ? queue.cancelledImagesCount() : queue.allImagesCount();
     const qint64 handled = reverting ? total - done : done;

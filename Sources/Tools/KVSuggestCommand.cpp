@@ -18,12 +18,12 @@ QJsonValue pathOrNull(const KVImageFileRef &file) {
 } // namespace
 
 QString KVSuggestionText(const KVSuggestedMatches &suggestion) {
-    QString text = QStringLiteral("reference: %1\n").arg(suggestion.referenceKey);
+    QString text = KVCommandLine::tr("reference: %1\n").arg(suggestion.referenceKey);
     for (const KVSuggestedMatches::Camera &camera : suggestion.cameras) {
-        text += QStringLiteral("%1  %2  confidence %3%4\n")
+        text += KVCommandLine::tr("%1  %2  confidence %3%4\n")
                     .arg(camera.key, KVCommandLine::offsetText(camera.offset))
                     .arg(camera.confidence, 0, 'f', 2)
-                    .arg(camera.isConfident() ? QString() : QStringLiteral(" (not sure)"));
+                    .arg(camera.isConfident() ? QString() : KVCommandLine::tr(" (not sure)"));
         if (camera.referencePhoto && camera.matchPhoto) {
             text += QStringLiteral("    %1 %2 = %3 %4\n")
                         .arg(KVCommandLine::dateText(camera.referencePhoto->creationDate()),
@@ -32,13 +32,13 @@ QString KVSuggestionText(const KVSuggestedMatches &suggestion) {
                              camera.matchPhoto->path());
         }
         if (!camera.through.isEmpty())
-            text += QStringLiteral("    lined up through %1\n").arg(camera.through);
+            text += KVCommandLine::tr("    lined up through %1\n").arg(camera.through);
         if (camera.isRemembered) {
             text +=
                 camera.isConfident()
-                    ? QStringLiteral("    started from its remembered offset; drift %1\n")
+                    ? KVCommandLine::tr("    started from its remembered offset; drift %1\n")
                           .arg(KVCommandLine::offsetText(camera.drift))
-                    : QStringLiteral("    its remembered offset, not confirmed by the photos\n");
+                    : KVCommandLine::tr("    its remembered offset, not confirmed by the photos\n");
         }
     }
     return text;
@@ -69,13 +69,14 @@ int KVRunSuggestCommand(const QStringList &arguments) {
     commandLine.addPaths(paths);
     KVCameraSets &model = commandLine.model();
     if (model.numberOfCamerasInBrowser() == 0) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: no photos read\n"));
+        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: no photos read\n"));
         return 1;
     }
     if (!referenceKey.isEmpty() && !model.sortedCameras().contains(referenceKey)) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: %1 is not a camera of the photos "
-                                                    "read (kalvora-cli list names them)\n")
-                                         .arg(referenceKey));
+        KVCommandLine::print(stderr,
+                             KVCommandLine::tr("kalvora-cli: %1 is not a camera of the photos "
+                                               "read (kalvora-cli list names them)\n")
+                                 .arg(referenceKey));
         return 2;
     }
     const KVCameraOffsetMemory memory;

@@ -84,7 +84,7 @@ KVImageFileRef findPhoto(KVCameraSets &model, const QString &path, int *camera) 
 }
 
 int fail(const QString &message, int status) {
-    KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: %1\n").arg(message));
+    KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: %1\n").arg(message));
     return status;
 }
 
@@ -254,7 +254,7 @@ int KVRunSyncCommand(const QStringList &arguments) {
         if (!message.isEmpty())
             report += message + QLatin1Char('\n');
         if (outcome.end == KVRunRecord::End::Abandoned)
-            report += KVCommandLine::photoList(QStringLiteral("changed"), outcome.changed);
+            report += KVCommandLine::photoList(KVCommandLine::tr("changed"), outcome.changed);
         report += KVCommandLine::photoList(KVCommandLine::tr("not changed"), notChangedResults);
         report +=
             KVCommandLine::photoList(KVCommandLine::tr("NOT changed back"), outcome.notChangedBack);

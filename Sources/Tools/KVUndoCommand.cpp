@@ -28,12 +28,12 @@ int KVRunUndoCommand(const QStringList &arguments) {
 
     const std::optional<KVRunRecord> run = KVLastUndoableRun(KVRunRecord::all());
     if (!run) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: nothing to undo.\n"));
+        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: nothing to undo.\n"));
         return 0;
     }
     if (!KVRunProgress::installSignalHandlers()) {
-        KVCommandLine::print(stderr, QStringLiteral("kalvora-cli: cannot watch for Ctrl-C; "
-                                                    "no photo was changed.\n"));
+        KVCommandLine::print(stderr, KVCommandLine::tr("kalvora-cli: cannot watch for Ctrl-C; "
+                                                       "no photo was changed.\n"));
         return 1;
     }
     // Exactly the photos the run changed, each by its own shift, and only while it still has
@@ -44,7 +44,8 @@ int KVRunUndoCommand(const QStringList &arguments) {
             controller.start(KVRunKind::Undo, KVSyncController::revertingChanges(*run), run->id)) {
         KVRunProgress::restoreSignalHandlers();
         KVCommandLine::print(
-            stderr, QStringLiteral("kalvora-cli: %1\nNo photo was changed.\n").arg(refusal->text));
+            stderr,
+            KVCommandLine::tr("kalvora-cli: %1\nNo photo was changed.\n").arg(refusal->text));
         return 1;
     }
     const int signalNumber =
@@ -65,20 +66,20 @@ int KVRunUndoCommand(const QStringList &arguments) {
         };
         KVCommandLine::print(stdout, QString::fromUtf8(QJsonDocument(root).toJson()));
     } else {
-        QString text = QStringLiteral("Undoing the %1 of %2:\n")
-                           .arg(KVRunRecord::kindName(run->kind),
+        QString text = KVCommandLine::tr("Undoing the %1 of %2:\n")
+                           .arg(KVRunRecord::kindText(run->kind),
                                 run->started.toLocalTime().toString(Qt::ISODate));
         for (const KVPhotoChangeResult &result : outcome.changed)
             text += QStringLiteral("    %1  %2 -> %3\n")
                         .arg(result.change.identity.path, result.outcome.oldDateText,
                              result.outcome.newDateText);
-        text += QStringLiteral("%1 of %2 photos moved back.\n")
+        text += KVCommandLine::tr("%1 of %2 photos moved back.\n")
                     .arg(outcome.changed.size())
                     .arg(outcome.photoCount);
         if (cancelled)
-            text += QStringLiteral("Cancelled: the photos moved back were moved forth again.\n");
-        text += KVCommandLine::photoList(QStringLiteral("NOT moved back"), outcome.notChanged);
-        text += KVCommandLine::photoList(QStringLiteral("NOT moved forth again"),
+            text += KVCommandLine::tr("Cancelled: the photos moved back were moved forth again.\n");
+        text += KVCommandLine::photoList(KVCommandLine::tr("NOT moved back"), outcome.notChanged);
+        text += KVCommandLine::photoList(KVCommandLine::tr("NOT moved forth again"),
                                          outcome.notChangedBack);
         KVCommandLine::print(stdout, text);
     }

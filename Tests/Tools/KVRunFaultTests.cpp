@@ -15,6 +15,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -329,6 +330,83 @@ TEST_F(KVRunFaultTest, AShiftWithoutRoomForItsCopiesChangesNothingAndSaysWhere) 
     // Nothing was begun, so nothing is left to undo or recover.
     EXPECT_TRUE(cli({"history", "--json"})->json()["runs"].toArray().isEmpty());
     KVTest::runProgram("umount", {volume});
+}
+
+// The commands that tell of runs speak the user's language: what undo moved back, the history's
+// headings, kinds and states, and what recover did with a run cut off by a kill.
+TEST_F(KVRunFaultTest, UndoHistoryAndRecoverSpeakTheUsersLanguage) {
+    const QString folder = m_root.filePath("event");
+    const QStringList photos = KVTest::makeDatedPhotos(folder, 3);
+    const QMap<QString, QStringList> before = KVTest::dateTags(photos);
+    // The first six photos handed to the tool pass; later ones wait while the gate is shut.
+    const KVTest::FakeTool &tool = useFakeTool(6);
+    ASSERT_EQ(cli({"shift", "--seconds", "60", folder})->status, 0);
+
+    const QByteArray savedLanguage = qgetenv("LANGUAGE"), savedAll = qgetenv("LC_ALL"),
+                     savedLang = qgetenv("LANG");
+    qputenv("LANGUAGE", "");
+    qputenv("LC_ALL", "de_DE.UTF-8");
+    qputenv("LANG", "de_DE.UTF-8");
+    const auto english = [](const QString &text) {
+        for (const char *word : {"moved back", "photos", "Started", "Not changed", "undone",
+                                 "shift", "changed back", "cut off", "finished"}) {
+            if (text.contains(QLatin1String(word)))
+                return QString::fromLatin1(word);
+        }
+        return QString();
+    };
+
+    const std::unique_ptr<Run> undo = cli({"undo"});
+    EXPECT_EQ(undo->status, 0);
+    const QString undone = QString::fromUtf8(undo->output);
+    EXPECT_TRUE(undone.contains("Rückgängig machen: Verschiebung vom ")) << qPrintable(undone);
+    EXPECT_TRUE(undone.contains("3 von 3 Fotos zurückverschoben.")) << qPrintable(undone);
+    EXPECT_EQ(english(undone), QString()) << qPrintable(undone);
+    EXPECT_EQ(KVTest::dateTags(photos), before);
+
+    // A shift killed while the tool holds its first photo is left for recover.
+    tool.closeGate();
+    std::unique_ptr<Run> shift = start({"shift", "--seconds", "3600", folder});
+    ASSERT_TRUE(KVTest::waitFor([&] { return tool.isHolding(); }, 60s));
+    ::kill(shift->pid, SIGKILL);
+    ASSERT_TRUE(shift->finish());
+    ASSERT_TRUE(KVTest::waitFor([&] { return tool.aliveCount() == 0; }, 30s));
+    tool.openGate();
+
+    const std::unique_ptr<Run> history = cli({"history"}, true);
+    EXPECT_EQ(history->status, 0);
+    const QString table = QString::fromUtf8(history->output);
+    const QStringList lines = table.split('\n', Qt::SkipEmptyParts);
+    const qsizetype heading =
+        lines.indexOf(QRegularExpression("^Begonnen +Lauf +Art +Fotos +"
+                                         "Geändert +Nicht geändert +Zustand$"));
+    ASSERT_GE(heading, 0) << qPrintable(table);
+    ASSERT_EQ(lines.size(), heading + 4) << qPrintable(table);
+    EXPECT_TRUE(lines[heading + 1].contains(
+        QRegularExpression(" Verschiebung +3 +3 +0 +beendet, rückgängig gemacht$")))
+        << qPrintable(lines[heading + 1]);
+    EXPECT_TRUE(lines[heading + 2].contains(QRegularExpression(" Rückgängig +3 +3 +0 +beendet$")))
+        << qPrintable(lines[heading + 2]);
+    EXPECT_TRUE(lines[heading + 3].contains(QRegularExpression(" Verschiebung +3 +0 +0 +offen$")))
+        << qPrintable(lines[heading + 3]);
+    // Each column starts where its heading does.
+    EXPECT_EQ(lines[heading + 1].indexOf(" Verschiebung") + 1, lines[heading].indexOf("Art"));
+    EXPECT_TRUE(table.contains("Ein Lauf wurde vor seinem Ende abgebrochen")) << qPrintable(table);
+    EXPECT_EQ(english(table), QString()) << qPrintable(table);
+
+    const std::unique_ptr<Run> recover = cli({"recover"});
+    EXPECT_EQ(recover->status, 0);
+    const QString recovered = QString::fromUtf8(recover->output);
+    EXPECT_TRUE(recovered.contains(QRegularExpression("^Verschiebung \\S+: zurückgesetzt\n")))
+        << qPrintable(recovered);
+    EXPECT_EQ(english(recovered), QString()) << qPrintable(recovered);
+    EXPECT_EQ(QString::fromUtf8(cli({"recover"})->output), "Kein Lauf wurde abgebrochen.\n");
+
+    qputenv("LANGUAGE", savedLanguage);
+    qputenv("LC_ALL", savedAll);
+    qputenv("LANG", savedLang);
+    EXPECT_EQ(KVTest::dateTags(photos), before);
+    EXPECT_TRUE(strays(folder, photos).isEmpty()) << qPrintable(strays(folder, photos).join(' '));
 }
 
 } // namespace
