@@ -11,6 +11,9 @@
 
 namespace {
 
+// Room on each side of the title, inside the caps.
+constexpr int kKVTitleMargin = 12;
+
 const KVThreePartImage &slices() {
     static const KVThreePartImage slices{KVButtonCell::leftUnitOfImage(),
                                          KVButtonCell::centralUnitOfImage(),
@@ -59,10 +62,14 @@ QString KVButtonCell::imageName() const {
 }
 
 QSize KVButtonCell::sizeHint() const {
-    // The caps are drawn unscaled; a button as high as its picture keeps them crisp.
-    QSize size = QPushButton::sizeHint();
-    size.setHeight(static_cast<int>(leftUnitOfImage().height()));
-    return size;
+    // The caps are drawn unscaled; a button as high as its picture keeps them crisp. It is as
+    // wide as its title needs, in any language.
+    return {widthForTitle(text()), static_cast<int>(leftUnitOfImage().height())};
+}
+
+int KVButtonCell::widthForTitle(const QString &title) const {
+    const int caps = static_cast<int>(leftUnitOfImage().width() + rightUnitOfImage().width());
+    return fontMetrics().horizontalAdvance(title) + caps + 2 * kKVTitleMargin;
 }
 
 void KVButtonCell::enterEvent(QEnterEvent *event) {

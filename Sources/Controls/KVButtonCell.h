@@ -29,6 +29,8 @@ public:
     QString imageName() const;
 
     QSize sizeHint() const override;
+    // The width that shows the title whole between the caps.
+    int widthForTitle(const QString &title) const;
 
 protected:
     void enterEvent(QEnterEvent *event) override;

@@ -15,11 +15,13 @@
 #include "KVStartView.h"
 #include "KVTableCellView.h"
 #include "KVTestSupport.h"
+#include "KVTranslations.h"
 #include "KVWindow.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -214,6 +216,16 @@ TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
             // The headline stays whole in the box; the advice is set beneath it.
             EXPECT_EQ(box->text(), QStringLiteral("Cannot open file or files"));
             EXPECT_EQ(box->informativeText(), QStringLiteral("Put the card back"));
+            // The headline is bold above the plain advice.
+            int headlines = 0;
+            for (QLabel *label : box->findChildren<QLabel *>()) {
+                if (label->text() == box->text()) {
+                    headlines += label->font().bold() ? 1 : 100;
+                } else if (label->text() == box->informativeText()) {
+                    EXPECT_FALSE(label->font().bold());
+                }
+            }
+            EXPECT_EQ(headlines, 1);
             for (QAbstractButton *button : box->buttons())
                 if (button->text() ==
                     (wanted == 0 ? QStringLiteral("Try Again") : QStringLiteral("Cancel")))
@@ -322,6 +334,41 @@ TEST(KVSingleInstanceTest, ASecondLaunchHandsItsFilesToTheFirst) {
 } // namespace
 
 namespace {
+
+// The tool bar's buttons show their whole titles in every language the program speaks, the sync
+// button both of its titles, side by side without overlapping.
+TEST(KVToolBarTest, EveryButtonFitsItsTitleInEveryLanguage) {
+    for (const QLocale &locale : {QLocale(QLocale::English, QLocale::UnitedStates),
+                                  QLocale(QLocale::German, QLocale::Germany)}) {
+        SCOPED_TRACE(locale.name().toStdString());
+        const QList<QTranslator *> translators =
+            KVTranslations::install(*QCoreApplication::instance(), locale);
+        {
+            KVWindow window;
+            window.resize(1000, 680);
+            window.show();
+            QCoreApplication::processEvents();
+            KVButtonCell *suggest = window.suggestButton();
+            KVButtonCell *sync = window.syncButton();
+            EXPECT_EQ(suggest->text(), QCoreApplication::translate("KVWindow", "Suggest Matches"));
+            for (KVButtonCell *button : {suggest, sync}) {
+                const int title = button->fontMetrics().horizontalAdvance(button->text());
+                EXPECT_GT(button->sizeHint().width(), title) << qPrintable(button->text());
+                EXPECT_GE(button->width(), button->sizeHint().width())
+                    << qPrintable(button->text());
+            }
+            EXPECT_GE(sync->width(),
+                      sync->widthForTitle(KVAppDelegate::alternateSyncButtonTitle()));
+            EXPECT_FALSE(suggest->geometry().intersects(window.manualButton()->geometry()));
+            EXPECT_FALSE(suggest->geometry().intersects(window.displayView()->geometry()));
+            EXPECT_GE(suggest->x(), 0);
+        }
+        for (QTranslator *translator : translators) {
+            QCoreApplication::removeTranslator(translator);
+            delete translator;
+        }
+    }
+}
 
 TEST(KVTranslationTest, TheGermanTableIsBuiltInAndTranslatesTheWindowsTexts) {
     QTranslator translator;

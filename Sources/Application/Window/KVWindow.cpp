@@ -25,11 +25,14 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -103,14 +106,20 @@ void KVWindow::buildContent() {
     m_manualButton->setEnabled(false);
     connect(m_manualButton, &QAbstractButton::clicked, this, &KVWindow::showManualDatePopover);
     m_syncButton = new KVButtonCell(m_toolBar);
-    m_syncButton->resize(kKVSyncButtonWidth, kKVSyncButtonHeight);
     m_syncButton->setText(KVAppDelegate::mainSyncButtonTitle());
+    // Wide enough for both of its titles, so that it keeps its place during a run.
+    m_syncButton->resize(
+        std::max({kKVSyncButtonWidth,
+                  m_syncButton->widthForTitle(KVAppDelegate::mainSyncButtonTitle()),
+                  m_syncButton->widthForTitle(KVAppDelegate::alternateSyncButtonTitle())}),
+        kKVSyncButtonHeight);
     m_syncButton->setEnabled(false);
     connect(m_syncButton, &QAbstractButton::clicked, this,
             [this] { m_delegate->synchronizeTimeOrCancel(); });
     m_suggestButton = new KVButtonCell(m_toolBar);
-    m_suggestButton->resize(kKVSuggestButtonWidth, kKVSyncButtonHeight);
     m_suggestButton->setText(tr("Suggest Matches"));
+    m_suggestButton->resize(std::max(kKVSuggestButtonWidth, m_suggestButton->sizeHint().width()),
+                            kKVSyncButtonHeight);
     m_suggestButton->setToolTip(tr("Find the matching photos from when the photos were taken"));
     m_suggestButton->setEnabled(false);
     connect(m_suggestButton, &QAbstractButton::clicked, this, &KVWindow::suggestMatches);
@@ -393,7 +402,7 @@ void KVWindow::layOutToolBar() {
     // The display stays in the middle, with room on its left for Suggest Matches and the round
     // button.
     const int displayWidth =
-        qMin(kKVDisplayWidth, width - 2 * (kKVSuggestButtonWidth + kKVManualButtonSize + 48));
+        qMin(kKVDisplayWidth, width - 2 * (m_suggestButton->width() + kKVManualButtonSize + 48));
     const int placeholderHeight = m_display->height();
     // In full screen the display sits in the middle, two points above it; in a window it hangs
     // from the top edge (lower-left-origin y = bar height - its height).
@@ -405,7 +414,7 @@ void KVWindow::layOutToolBar() {
     m_manualButton->move(m_display->x() - kKVManualButtonSize - 16,
                          middle - kKVManualButtonSize / 2);
     m_syncButton->move(m_display->geometry().right() + 16, middle - kKVSyncButtonHeight / 2);
-    m_suggestButton->move(m_manualButton->x() - kKVSuggestButtonWidth - 16,
+    m_suggestButton->move(m_manualButton->x() - m_suggestButton->width() - 16,
                           middle - kKVSyncButtonHeight / 2);
 }
 
@@ -483,6 +492,14 @@ int KVWindow::runAlert(const QString &title, const QString &text, const QStringL
     QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(), title,
                     QMessageBox::NoButton, this);
     box.setInformativeText(text);
+    // Bold, as the desktop shows a message box's main text above its advice.
+    for (QLabel *label : box.findChildren<QLabel *>()) {
+        if (label->text() == title) {
+            QFont font = label->font();
+            font.setBold(true);
+            label->setFont(font);
+        }
+    }
     box.setWindowModality(Qt::ApplicationModal);
     QList<QAbstractButton *> made;
     for (const QString &button : buttons)
