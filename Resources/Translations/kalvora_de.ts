@@ -213,6 +213,10 @@ Soll der Lauf zu Ende geführt werden, oder sollen seine Fotos ihre Daten von vo
         <translation>Das Lesen der Datei hat zu lange gedauert.</translation>
     </message>
     <message>
+        <source>The file is damaged: it declares a larger picture than it holds.</source>
+        <translation>Die Datei ist beschädigt: Sie gibt ein größeres Bild an, als sie enthält.</translation>
+    </message>
+    <message>
         <source>Adding photos…</source>
         <translation>Fotos werden hinzugefügt …</translation>
     </message>

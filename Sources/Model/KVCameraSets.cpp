@@ -205,18 +205,25 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
         // decides by the content.
         if (!types.contains(KVTypeIdentifier::forPath(path)))
             return;
-        bool timedOut = false;
-        KVImageFileRef file = KVImageFile::initWithURL(files[i], &timedOut);
+        KVReadProblem problem = KVReadProblem::None;
+        KVImageFileRef file = KVImageFile::initWithURL(files[i], &problem);
         if (!file) {
-            outcome.reason = timedOut ? tr("Reading the file took too long.")
-                                      : tr("No EXIF date and camera found.");
+            outcome.reason = problem == KVReadProblem::TimedOut
+                                 ? tr("Reading the file took too long.")
+                                 : tr("No EXIF date and camera found.");
             return;
         }
-        if (file->thumbnailData(&timedOut).isNull()) {
+        if (file->thumbnailData(&problem).isNull()) {
             outcome.reason = tr("No EXIF thumbnail found.");
-            // A parse that ran out of time is not tried a second time.
-            if (timedOut) {
+            // A parse that ran out of time, or a file that cannot hold its picture, is not
+            // tried a second time.
+            if (problem == KVReadProblem::TimedOut) {
                 outcome.reason = tr("Reading the file took too long.");
+                return;
+            }
+            if (problem == KVReadProblem::Damaged) {
+                outcome.reason =
+                    tr("The file is damaged: it declares a larger picture than it holds.");
                 return;
             }
             if (file->thumbnailData().isNull())

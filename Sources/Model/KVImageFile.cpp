@@ -33,19 +33,19 @@ QString describe(const QVariantMap &exif) {
 
 } // namespace
 
-KVImageFileRef KVImageFile::initWithURL(const QUrl &url, bool *timedOut) {
+KVImageFileRef KVImageFile::initWithURL(const QUrl &url, KVReadProblem *problem) {
     KVImageFileRef file(new KVImageFile);
     file->m_path = url.toLocalFile();
     if (const std::optional<KVPhotoIdentity> identity = KVPhotoWriter::identityOf(file->m_path)) {
         file->m_device = identity->device;
         file->m_inode = identity->inode;
     }
-    bool readingTimedOut = false;
-    file->m_exif = exifFromURL(url, &readingTimedOut).value_or(QVariantMap());
-    if (timedOut)
-        *timedOut = readingTimedOut;
+    KVReadProblem readingProblem = KVReadProblem::None;
+    file->m_exif = exifFromURL(url, &readingProblem).value_or(QVariantMap());
+    if (problem)
+        *problem = readingProblem;
     // What a parse cut short gave may be wrong or incomplete: such a file is refused.
-    if (readingTimedOut)
+    if (readingProblem == KVReadProblem::TimedOut)
         return nullptr;
     KVFileCoordinator::addFilePresenter(file);
     file->m_registered = true;
@@ -65,17 +65,17 @@ KVImageFile::~KVImageFile() {
         KVFileCoordinator::removeFilePresenter(this);
 }
 
-std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url, bool *timedOut) {
-    if (timedOut)
-        *timedOut = false;
+std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url, KVReadProblem *problem) {
+    if (problem)
+        *problem = KVReadProblem::None;
     if (url.isEmpty())
         return std::nullopt;
     QVariantMap exif;
     const QString path = url.toLocalFile();
-    if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path, timedOut)) {
+    if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path, problem)) {
         const std::optional<KVImageProperties> properties = source->copyPropertiesAtIndex0();
-        if (timedOut)
-            *timedOut = source->timedOut();
+        if (problem)
+            *problem = source->problem();
         if (!properties) {
             KVLog(QStringLiteral("No properties could be read from the image file %1").arg(path));
         } else {
@@ -241,18 +241,18 @@ QImage KVImageFile::image() const {
     return source ? source->createImage() : QImage();
 }
 
-KVThumbnail KVImageFile::newThumbnail(bool *timedOut) const {
-    if (timedOut)
-        *timedOut = false;
+KVThumbnail KVImageFile::newThumbnail(KVReadProblem *problem) const {
+    if (problem)
+        *problem = KVReadProblem::None;
     const QString current = path();
     if (current.isEmpty())
         return {};
-    std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(current, timedOut);
+    std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(current, problem);
     if (!source)
         return {};
     KVThumbnail thumbnail = source->createThumbnail(256);
-    if (timedOut)
-        *timedOut = source->timedOut();
+    if (problem)
+        *problem = source->problem();
     if (thumbnail.isNull()) {
         // Only for the record: the type of a file that yields no picture at all.
         const QString type = KVTypeIdentifier::forPath(current);
@@ -261,16 +261,16 @@ KVThumbnail KVImageFile::newThumbnail(bool *timedOut) const {
     return thumbnail;
 }
 
-KVThumbnail KVImageFile::thumbnailData(bool *timedOut) {
-    if (timedOut)
-        *timedOut = false;
+KVThumbnail KVImageFile::thumbnailData(KVReadProblem *problem) {
+    if (problem)
+        *problem = KVReadProblem::None;
     {
         std::lock_guard lock(m_propertyMutex);
         if (!m_thumbnail.isNull())
             return m_thumbnail;
     }
     // A null result is not kept, so the next request tries again.
-    KVThumbnail made = newThumbnail(timedOut);
+    KVThumbnail made = newThumbnail(problem);
     std::lock_guard lock(m_propertyMutex);
     if (m_thumbnail.isNull())
         m_thumbnail = made;

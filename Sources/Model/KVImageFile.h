@@ -7,6 +7,7 @@
 #include "KVImageDataSource.h"
 #include "KVObservable.h"
 #include "KVPhotoWriter.h"
+#include "KVReadProblem.h"
 #include "KVThumbnail.h"
 
 #include <QVariantMap>
@@ -29,16 +30,17 @@ class KVImageFile : public KVObservable,
                     public KVFilePresenter,
                     public std::enable_shared_from_this<KVImageFile> {
 public:
-    // Null when the file has no readable capture date; `timedOut` then tells whether reading
+    // Null when the file has no readable capture date; `problem` then tells whether reading
     // the file ran out of time.
-    static KVImageFileRef initWithURL(const QUrl &url, bool *timedOut = nullptr);
+    static KVImageFileRef initWithURL(const QUrl &url, KVReadProblem *problem = nullptr);
     static KVImageFileRef initWithDate(const QDateTime &date);
     ~KVImageFile() override;
 
     // The metadata dictionary (keys of KVImagePropertyKey; the date is a QDateTime stored under
     // the DateTimeOriginal key whichever tag it came from). Null for a null URL, empty when
     // nothing could be read.
-    static std::optional<QVariantMap> exifFromURL(const QUrl &url, bool *timedOut = nullptr);
+    static std::optional<QVariantMap> exifFromURL(const QUrl &url,
+                                                  KVReadProblem *problem = nullptr);
 
     // Who is told, on the main thread, that a photo went to the Trash. Set once at launch.
     static void setRemovalHandler(std::function<void(const KVImageFileRef &)> handler);
@@ -67,10 +69,10 @@ public:
 
     QImage image() const override;
     QImage thumbnail() override;
-    // The compressed thumbnail behind thumbnail(), made on first use. `timedOut` tells whether
-    // reading the file for it ran out of time.
-    KVThumbnail thumbnailData(bool *timedOut = nullptr);
-    KVThumbnail newThumbnail(bool *timedOut = nullptr) const;
+    // The compressed thumbnail behind thumbnail(), made on first use. `problem` tells whether
+    // reading the file for it ran out of time or found the file damaged.
+    KVThumbnail thumbnailData(KVReadProblem *problem = nullptr);
+    KVThumbnail newThumbnail(KVReadProblem *problem = nullptr) const;
 
     KVImageState imageState() const override { return m_imageState.load(); }
     void setImageState(KVImageState state) override;

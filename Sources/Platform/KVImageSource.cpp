@@ -396,21 +396,22 @@ KVImageSource::KVImageSource(std::unique_ptr<Private> d)
 
 KVImageSource::~KVImageSource() = default;
 
-std::unique_ptr<KVImageSource> KVImageSource::createWithPath(const QString &path, bool *timedOut) {
-    if (timedOut)
-        *timedOut = false;
+std::unique_ptr<KVImageSource> KVImageSource::createWithPath(const QString &path,
+                                                             KVReadProblem *problem) {
+    if (problem)
+        *problem = KVReadProblem::None;
     if (path.isEmpty() || !QFileInfo(path).isFile())
         return nullptr;
     std::optional<QByteArray> bytes = readOwned(path);
     if (!bytes)
         return nullptr;
-    return createWithData(std::move(*bytes), path, timedOut);
+    return createWithData(std::move(*bytes), path, problem);
 }
 
 std::unique_ptr<KVImageSource> KVImageSource::createWithData(QByteArray bytes, const QString &path,
-                                                             bool *timedOut) {
-    if (timedOut)
-        *timedOut = false;
+                                                             KVReadProblem *problem) {
+    if (problem)
+        *problem = KVReadProblem::None;
     initializeLibraries();
     auto d = std::make_unique<Private>();
     d->path = path;
@@ -421,16 +422,20 @@ std::unique_ptr<KVImageSource> KVImageSource::createWithData(QByteArray bytes, c
     if (!d->openExiv(d->bytes) && !(d->rawByName && d->rawReader())) {
         const QByteArray embedded = embeddedExifJpeg(d->bytes);
         if (embedded.isEmpty() || !d->openExiv(embedded)) {
-            if (timedOut)
-                *timedOut = d->timedOut;
+            if (problem && d->timedOut)
+                *problem = KVReadProblem::TimedOut;
             return nullptr;
         }
     }
     return std::unique_ptr<KVImageSource>(new KVImageSource(std::move(d)));
 }
 
-bool KVImageSource::timedOut() const {
-    return d->timedOut || d->deadline.hasExpired();
+KVReadProblem KVImageSource::problem() const {
+    if (d->timedOut || d->deadline.hasExpired())
+        return KVReadProblem::TimedOut;
+    if (d->raw && d->raw->isDamaged())
+        return KVReadProblem::Damaged;
+    return KVReadProblem::None;
 }
 
 QStringList KVImageSource::copyTypeIdentifiers() {

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "KVReadProblem.h"
 #include "KVThumbnail.h"
 
 #include <QImage>
@@ -30,14 +31,14 @@ class KVImageSource {
 public:
     ~KVImageSource();
 
-    // Null when the file cannot be opened as an image at all; `timedOut` then tells whether a
+    // Null when the file cannot be opened as an image at all; `problem` then tells whether a
     // parse ran out of time.
     static std::unique_ptr<KVImageSource> createWithPath(const QString &path,
-                                                         bool *timedOut = nullptr);
+                                                         KVReadProblem *problem = nullptr);
     // The same for bytes already in memory; `path` names the file (its extension says what to
     // try) and need not exist.
     static std::unique_ptr<KVImageSource> createWithData(QByteArray bytes, const QString &path,
-                                                         bool *timedOut = nullptr);
+                                                         KVReadProblem *problem = nullptr);
     // The MIME types this reader can read (the platform's list of readable type identifiers).
     static QStringList copyTypeIdentifiers();
     // Once per process, before any other use of Exiv2 (every reader here calls it).
@@ -55,8 +56,9 @@ public:
     KVThumbnail createThumbnail(int maxPixelSize = 256);
     // The whole picture, decoded, upright.
     QImage createImage();
-    // Whether a parse of this file ran out of time, so that what it gave may be incomplete.
-    bool timedOut() const;
+    // Whether a parse of this file ran out of time, so that what it gave may be incomplete, or a
+    // picture was not decoded because the file cannot hold what it declares.
+    KVReadProblem problem() const;
 
 private:
     struct Private;

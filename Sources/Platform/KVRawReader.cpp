@@ -73,6 +73,12 @@ StoredTexts storedTexts(const QByteArray &data) {
     return {};
 }
 
+// A raw picture the file's length cannot hold (raw data compresses to a few bits a pixel at
+// best) is refused before LibRaw allocates for it, once it is large enough to matter: small
+// stripped samples still develop (to little), a damaged header's 600 megapixels do not.
+constexpr qint64 maximumPixelsPerByte = 16;
+constexpr qint64 pixelsWorthChecking = qint64(64) << 20;
+
 } // namespace
 
 // LibRaw's reads from the owned bytes, each asking the deadline first. Once it has passed,
@@ -163,6 +169,19 @@ bool KVRawReader::ready() {
     return true;
 }
 
+// What unpack allocates comes from the header: the raw picture (at least its visible part and
+// margins) and a block of metadata that is read from the file as it stands.
+bool KVRawReader::sizesFitTheFile() {
+    const libraw_image_sizes_t &sizes = m_raw->imgdata.sizes;
+    const qint64 width = std::max<qint64>(sizes.raw_width, qint64(sizes.width) + sizes.left_margin);
+    const qint64 height =
+        std::max<qint64>(sizes.raw_height, qint64(sizes.height) + sizes.top_margin);
+    const qint64 pixels = width * height;
+    const qint64 metadata = m_raw->get_internal_data_pointer()->unpacker_data.meta_length;
+    return metadata <= m_data.size() &&
+           (pixels <= pixelsWorthChecking || pixels <= maximumPixelsPerByte * m_data.size());
+}
+
 int KVRawReader::orientation() const {
     return KVImageOrientation::fromLibRawFlip(m_raw->imgdata.sizes.flip);
 }
@@ -234,6 +253,10 @@ QImage KVRawReader::develop(bool halfSize) {
         params.use_camera_wb = 1;
         params.output_bps = 8;
         if (!m_unpacked) {
+            if (!sizesFitTheFile()) {
+                m_damaged = true;
+                return {};
+            }
             if (!succeeded(m_raw->unpack()))
                 return {};
             m_unpacked = true; // LibRaw refuses a second unpack

@@ -45,6 +45,8 @@ public:
     // The raw data developed and turned upright; at half resolution when `halfSize`, which is
     // several times faster. Null when the data cannot be developed.
     QImage develop(bool halfSize);
+    // Whether develop refused the file because the sizes it states do not fit its length.
+    bool isDamaged() const { return m_damaged; }
 
 private:
     class Stream;
@@ -55,6 +57,7 @@ private:
     bool ready();
 
     bool reopen();
+    bool sizesFitTheFile();
 
     QByteArray m_data;
     KVParseDeadline *m_deadline;
@@ -62,4 +65,5 @@ private:
     std::unique_ptr<LibRaw> m_raw;
     bool m_unpacked = false;
     bool m_broken = false;
+    bool m_damaged = false;
 };

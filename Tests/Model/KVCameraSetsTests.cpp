@@ -217,7 +217,8 @@ TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash)
     KVParseDeadline::setLimit(std::chrono::seconds(10));
     const QMap<QString, QString> reasons = refusals();
     const QStringList valid = {"Unsupported file format.", "No EXIF date and camera found.",
-                               "No EXIF thumbnail found.", "Reading the file took too long."};
+                               "No EXIF thumbnail found.", "Reading the file took too long.",
+                               "The file is damaged: it declares a larger picture than it holds."};
     for (auto it = reasons.begin(); it != reasons.end(); ++it) {
         SCOPED_TRACE(it.key().toStdString());
         EXPECT_TRUE(valid.contains(it.value()));
@@ -242,6 +243,9 @@ TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash)
     EXPECT_EQ(reasons.value("CanonRaw.cr2"), "No EXIF thumbnail found.");
     EXPECT_EQ(reasons.value("Red.r3d"), "No EXIF date and camera found.");
     EXPECT_EQ(reasons.value("PhaseOne-hang.iiq"), "Reading the file took too long.");
+    EXPECT_EQ(reasons.value("PhaseOne-oversized.iiq"), "No EXIF date and camera found.");
+    EXPECT_EQ(reasons.value("Nikon-oversized.nef"),
+              "The file is damaged: it declares a larger picture than it holds.");
 }
 
 // Two drops in quick succession, a second launch handing over files, a reload between them:
