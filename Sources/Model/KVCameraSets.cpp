@@ -5,6 +5,7 @@
 
 #include "KVKeyPath.h"
 #include "KVDispatch.h"
+#include "KVFileName.h"
 #include "KVImageSource.h"
 #include "KVParallelFor.h"
 #include "KVTypeIdentifier.h"
@@ -152,11 +153,12 @@ void KVCameraSets::addImageFile(const KVImageFileRef &file, KVCameraSetDictionar
         files.push_back(file);
 }
 
-QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory) {
+QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory, QStringList &undecodable) {
     // Hidden entries are left out by not asking for QDir::Hidden.
-    const QFileInfoList entries =
-        QDir(directory.toLocalFile())
-            .entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+    const QString folder = directory.toLocalFile();
+    const QFileInfoList entries = QDir(folder).entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
+    undecodable << KVFileName::undecodableEntries(folder);
     QList<QUrl> urls;
     urls.reserve(entries.size());
     for (const QFileInfo &entry : entries)
@@ -164,7 +166,8 @@ QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory) {
     return urls;
 }
 
-void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given) {
+void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, QStringList &undecodable,
+                        bool given) {
     for (const QUrl &url : urls) {
         const QFileInfo info(url.toLocalFile());
         if (info.isDir() && info.isSymLink() && given) {
@@ -172,13 +175,14 @@ void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given)
             // have one path however they were reached.
             const QString target = info.canonicalFilePath();
             if (!target.isEmpty())
-                walk(directoryContents(QUrl::fromLocalFile(target)), files, false);
+                walk(directoryContents(QUrl::fromLocalFile(target), undecodable), files,
+                     undecodable, false);
             continue;
         }
         // A link met inside a folder is not a folder here: it is never entered, so a loop of
         // links cannot trap the walk.
         if (info.isDir() && !info.isSymLink())
-            walk(directoryContents(url), files, false);
+            walk(directoryContents(url, undecodable), files, undecodable, false);
         else
             files << url;
     }
@@ -187,7 +191,10 @@ void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given)
 void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary &dictionary,
                                  QList<QVariantMap> &notAdded) {
     QList<QUrl> files;
-    walk(urls, files, true);
+    QStringList undecodable;
+    walk(urls, files, undecodable, true);
+    const QString undecodableReason =
+        tr("The file name is not valid UTF-8. Rename the file to add it.");
 
     const QStringList &types = supportedFileTypes();
     struct Outcome {
@@ -200,6 +207,10 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
     KVParallelFor(files.size(), [&](size_t i) {
         const QString path = files[i].toLocalFile();
         Outcome &outcome = outcomes[i];
+        if (KVFileName::mayBeUndecodable(path)) {
+            outcome.reason = undecodableReason;
+            return;
+        }
         outcome.reason = tr("Unsupported file format.");
         // The name, in any case, says whether the file is worth reading; the reader then
         // decides by the content.
@@ -238,6 +249,11 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
         for (const KVImageFileRef &file : cameraFiles)
             known.insert(file->path());
     }
+    const auto refuse = [&notAdded](const QString &path, const QString &reason) {
+        notAdded << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
+                                {QStringLiteral("path"), path},
+                                {QStringLiteral("error"), reason}};
+    };
     for (qsizetype i = 0; i < files.size(); ++i) {
         Outcome &outcome = outcomes[i];
         if (outcome.file) {
@@ -245,11 +261,11 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
                 dictionary[outcome.file->fullCameraName()].push_back(outcome.file);
             continue;
         }
-        const QString path = files[i].toLocalFile();
-        notAdded << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
-                                {QStringLiteral("path"), path},
-                                {QStringLiteral("error"), outcome.reason}};
+        refuse(files[i].toLocalFile(), outcome.reason);
     }
+    // Named as shown, with replacement characters: that says which file it is.
+    for (const QString &path : std::as_const(undecodable))
+        refuse(path, undecodableReason);
 }
 
 KVModelResult KVCameraSets::addedAndSortedImageFiles(const QList<QUrl> &urls,

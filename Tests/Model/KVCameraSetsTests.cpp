@@ -12,9 +12,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -246,6 +252,50 @@ TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash)
     EXPECT_EQ(reasons.value("PhaseOne-oversized.iiq"), "No EXIF date and camera found.");
     EXPECT_EQ(reasons.value("Nikon-oversized.nef"),
               "The file is damaged: it declares a larger picture than it holds.");
+}
+
+// Names written by an old card in Latin-1 are not valid UTF-8: Qt's listing leaves them out, and
+// Qt cannot open them. Each is reported by name, with replacement characters, never dropped.
+TEST_F(KVCameraSetsTest, NamesThatAreNotUtf8AreReportedNeverDropped) {
+    const QString folder = m_folder.path() + "/card";
+    const QStringList copies = KVTest::copySamples(
+        {"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg", "cameras/Pentax_K10D.jpg"}, folder);
+    const QByteArray bytes = QFile::encodeName(folder);
+    const QByteArray latin1 = bytes + "/Hochzeit_\xe4.jpg";
+    const QByteArray latin1Folder = bytes + "/Gr\xfc\xdf"
+                                            "e";
+    const QByteArray hidden = bytes + "/.versteckt_\xe4.jpg";
+    // Qt cannot remove what it cannot list.
+    const auto cleanUp = qScopeGuard([&] {
+        for (const QByteArray &name : {latin1, latin1Folder + "/Torte.jpg", hidden})
+            ::unlink(name);
+        ::rmdir(latin1Folder);
+    });
+    // Names made as the card wrote them, byte for byte; one hidden, as any name with a dot.
+    ASSERT_EQ(::rename(QFile::encodeName(copies[1]), latin1), 0);
+    ASSERT_EQ(::mkdir(latin1Folder, 0755), 0);
+    ASSERT_EQ(::rename(QFile::encodeName(copies[2]), latin1Folder + "/Torte.jpg"), 0);
+    ASSERT_EQ(::rename(QFile::encodeName(copies[0]), hidden), 0);
+    KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder);
+
+    // The folder, and such a name given as it reaches the program from a command line.
+    add({folder, QString::fromLocal8Bit(latin1)});
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 1);
+    EXPECT_EQ(paths(0), QStringList({"Canon_40D.jpg"}));
+    QStringList reported;
+    for (const auto &report : m_ui.fileReports()) {
+        for (const QVariantMap &record : report.records)
+            reported << record.value("path").toString().mid(folder.size()) + ": " +
+                            record.value("error").toString();
+    }
+    const QString reason = ": The file name is not valid UTF-8. Rename the file to add it.";
+    reported.sort();
+    EXPECT_EQ(reported.join('\n').toStdString(),
+              QStringList({QStringLiteral("/Gr\uFFFD\uFFFDe") + reason,
+                           QStringLiteral("/Hochzeit_\uFFFD.jpg") + reason,
+                           QStringLiteral("/Hochzeit_\uFFFD.jpg") + reason})
+                  .join('\n')
+                  .toStdString());
 }
 
 // Two drops in quick succession, a second launch handing over files, a reload between them:

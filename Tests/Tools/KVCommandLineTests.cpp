@@ -6,10 +6,19 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QFile>
 #include <QJsonObject>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <unistd.h>
 
 namespace {
 
@@ -109,4 +118,30 @@ TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera
           {"sync", "--reference", reference, "--match", reference, dir},
           {"sync", "--base", "yesterday", "--match", match, dir}})
         EXPECT_EQ(cli(usage).status, 2) << qPrintable(usage.join(' '));
+}
+
+// A Latin-1 name from an old card is listed among the refused files by a shift of its folder,
+// and its photo is left byte for byte as it was while the others are shifted.
+TEST(KVCommandLine, AShiftReportsANameThatIsNotUtf8AndLeavesItsPhotoAlone) {
+    QTemporaryDir folder;
+    const QStringList copies =
+        KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"}, folder.path());
+    const QByteArray latin1 = QFile::encodeName(folder.path()) + "/Hochzeit_\xe4.jpg";
+    const auto cleanUp = qScopeGuard([&] { ::unlink(latin1); });
+    const QByteArray original = KVTest::readFile(copies[1]);
+    ASSERT_EQ(::rename(QFile::encodeName(copies[1]), latin1), 0);
+
+    const Result result = cli({"shift", "--seconds", "60", "--json", folder.path()});
+    EXPECT_EQ(result.status, 0);
+    const QJsonObject root = QJsonDocument::fromJson(result.output).object();
+    const QJsonArray refused = root["refused"].toArray();
+    ASSERT_EQ(refused.size(), 1) << result.output.toStdString();
+    EXPECT_EQ(refused[0]["name"].toString(), QStringLiteral("Hochzeit_\uFFFD.jpg"));
+    EXPECT_EQ(refused[0]["error"].toString(),
+              "The file name is not valid UTF-8. Rename the file to add it.");
+    EXPECT_EQ(KVTest::readExif(copies[0], dateKey), "2008:05:30 15:57:01");
+
+    std::ifstream stream(latin1.constData(), std::ios::binary);
+    const std::string after((std::istreambuf_iterator<char>(stream)), {});
+    EXPECT_TRUE(after == original.toStdString());
 }
