@@ -25,8 +25,6 @@
 
 namespace {
 
-const QString runStateKey = QStringLiteral("runState");
-const QString operationCountKey = QStringLiteral("operationCount");
 // How long the display says why a quit or a close was refused.
 constexpr double kKVRefusalShownSeconds = 2.5;
 
@@ -44,8 +42,8 @@ KVAppDelegate::~KVAppDelegate() {
     m_cameraSets.removeObserver(this);
     m_vanishedFiles.waitForRecovery();
     if (m_syncController) {
-        m_syncController->removeObserver(this, runStateKey);
-        m_syncController->queue().removeObserver(this, operationCountKey);
+        m_syncController->removeObserver(this, KVKeyPath::runState);
+        m_syncController->queue().removeObserver(this, KVKeyPath::operationCount);
         m_syncController->setEndHandler({});
     }
     if (m_manualDateTimeViewController)
@@ -203,7 +201,7 @@ void KVAppDelegate::setEtalon(const KVImageFileRef &etalon) {
         m_manualDateTimeViewController->isEtalonDateSet())
         m_manualDateTimeViewController->setIsEtalonDateSet(false);
     m_etalon = etalon;
-    didChangeValueForKey(QStringLiteral("etalon"));
+    didChangeValueForKey(KVKeyPath::etalon);
     chooseWhatToShowOnDisplay();
 }
 
@@ -474,8 +472,8 @@ void KVAppDelegate::removeFiles() {
 KVSyncController &KVAppDelegate::syncController() {
     if (!m_syncController) {
         m_syncController = std::make_unique<KVSyncController>();
-        m_syncController->addObserver(this, runStateKey);
-        m_syncController->queue().addObserver(this, operationCountKey);
+        m_syncController->addObserver(this, KVKeyPath::runState);
+        m_syncController->queue().addObserver(this, KVKeyPath::operationCount);
         m_syncController->setEndHandler(
             [this](const KVSyncController::Outcome &outcome) { runDidEnd(outcome); });
     }
@@ -485,8 +483,8 @@ KVSyncController &KVAppDelegate::syncController() {
 KVManualDateTimeViewController &KVAppDelegate::manualDateTimeViewController() {
     if (!m_manualDateTimeViewController) {
         m_manualDateTimeViewController = std::make_unique<KVManualDateTimeViewController>();
-        m_manualDateTimeViewController->addObserver(this, QStringLiteral("isEtalonDateSet"));
-        m_manualDateTimeViewController->addObserver(this, QStringLiteral("fullDate"));
+        m_manualDateTimeViewController->addObserver(this, KVKeyPath::isEtalonDateSet);
+        m_manualDateTimeViewController->addObserver(this, KVKeyPath::fullDate);
     }
     return *m_manualDateTimeViewController;
 }
@@ -510,15 +508,14 @@ QStringList KVAppDelegate::keyPathsForValuesAffectingValueForKey(const QString &
 }
 
 void KVAppDelegate::observeValueForKeyPath(const QString &keyPath, KVObservable *) {
-    if (keyPath == runStateKey) {
+    if (keyPath == KVKeyPath::runState) {
         didChangeValueForKey(KVKeyPath::isProcessingPathes);
-    } else if (keyPath == operationCountKey) {
+    } else if (keyPath == KVKeyPath::operationCount) {
         operationCountDidChange();
     } else if (keyPath == KVKeyPath::imageFiles || keyPath == KVKeyPath::isProcessingPathes) {
         // The camera sets' own changes are the delegate's too.
         didChangeValueForKey(keyPath);
-    } else if (keyPath == QLatin1String("isEtalonDateSet") ||
-               keyPath == QLatin1String("fullDate")) {
+    } else if (keyPath == KVKeyPath::isEtalonDateSet || keyPath == KVKeyPath::fullDate) {
         followManualDate();
     }
 }
@@ -566,7 +563,7 @@ void KVAppDelegate::followManualDate() {
 }
 
 void KVAppDelegate::operationCountDidChange() {
-    didChangeValueForKey(QStringLiteral("isProcessingPathes"));
+    didChangeValueForKey(KVKeyPath::isProcessingPathes);
     m_cameraSets.dispatchMain([this] {
         KVUserInterface *ui = userInterface();
         if (ui && isProcessingPathes() && ui->isCloseButtonEnabled())

@@ -3,18 +3,19 @@
 
 #include "KVManualDateTimeViewController.h"
 
+#include "KVKeyPath.h"
 #include "KVWallClock.h"
 
 const QString KVManualDateTimeViewController::nibName = QStringLiteral("KVManualDateTimeView");
 
 void KVManualDateTimeViewController::setDate(const QDateTime &date) {
     m_date = date;
-    didChangeValueForKey(QStringLiteral("date"));
+    didChangeValueForKey(KVKeyPath::date);
 }
 
 void KVManualDateTimeViewController::setTime(const QDateTime &time) {
     m_time = time;
-    didChangeValueForKey(QStringLiteral("time"));
+    didChangeValueForKey(KVKeyPath::time);
 }
 
 QDateTime KVManualDateTimeViewController::fullDate() const {
@@ -29,18 +30,18 @@ void KVManualDateTimeViewController::setFullDate(const QDateTime &date) {
     // day joined with the old time.
     m_date = date;
     m_time = date;
-    didChangeValueForKey(QStringLiteral("date"));
-    didChangeValueForKey(QStringLiteral("time"));
+    didChangeValueForKey(KVKeyPath::date);
+    didChangeValueForKey(KVKeyPath::time);
 }
 
 void KVManualDateTimeViewController::setIsEtalonDateSet(bool isSet) {
     m_isEtalonDateSet = isSet;
-    didChangeValueForKey(QStringLiteral("isEtalonDateSet"));
+    didChangeValueForKey(KVKeyPath::isEtalonDateSet);
 }
 
 QStringList
 KVManualDateTimeViewController::keyPathsForValuesAffectingValueForKey(const QString &key) const {
-    if (key == QLatin1String("fullDate"))
-        return {QStringLiteral("date"), QStringLiteral("time")};
+    if (key == KVKeyPath::fullDate)
+        return {KVKeyPath::date, KVKeyPath::time};
     return KVObservable::keyPathsForValuesAffectingValueForKey(key);
 }

@@ -5,6 +5,7 @@
 
 #include "KVDocumentViewDelegate.h"
 #include "KVGeometry.h"
+#include "KVKeyPath.h"
 #include "KVTimelineItems.h"
 #include "KVTimelineScaleDrawer.h"
 
@@ -39,10 +40,10 @@ KVCameraViewDocumentView::~KVCameraViewDocumentView() = default;
 
 QStringList
 KVCameraViewDocumentView::keyPathsForValuesAffectingValueForKey(const QString &key) const {
-    if (key == QLatin1String("dateOfVisibleRect"))
-        return {QStringLiteral("scale"), QStringLiteral("visibleOrigin")};
-    if (key == QLatin1String("currentCalendarUnit"))
-        return {QStringLiteral("scale")};
+    if (key == KVKeyPath::dateOfVisibleRect)
+        return {KVKeyPath::scale, KVKeyPath::visibleOrigin};
+    if (key == KVKeyPath::currentCalendarUnit)
+        return {KVKeyPath::scale};
     return {};
 }
 
@@ -189,14 +190,14 @@ void KVCameraViewDocumentView::setVisibleOriginX(double x) {
     m_items->invalidate();
     setNeedsDisplay();
     emit documentGeometryChanged();
-    didChangeValueForKey(QStringLiteral("visibleOrigin"));
+    didChangeValueForKey(KVKeyPath::visibleOrigin);
 }
 
 void KVCameraViewDocumentView::layoutChanged(bool scaleChanged) {
     m_items->invalidate();
     setNeedsDisplay();
     emit documentGeometryChanged();
-    didChangeValueForKey(scaleChanged ? QStringLiteral("scale") : QStringLiteral("visibleOrigin"));
+    didChangeValueForKey(scaleChanged ? KVKeyPath::scale : KVKeyPath::visibleOrigin);
 }
 
 void KVCameraViewDocumentView::resizeEvent(QResizeEvent *event) {

@@ -8,6 +8,7 @@
 #include "KVDispatch.h"
 #include "KVGeometry.h"
 #include "KVImageViewDelegate.h"
+#include "KVKeyPath.h"
 #include "KVStringDrawing.h"
 #include "KVURLExtensions.h"
 
@@ -82,8 +83,8 @@ const KVTextAttributes &KVImageView::labelAttributes() {
 void KVImageView::stopObserving() {
     if (!m_observed)
         return;
-    m_observed->removeObserver(this, QStringLiteral("imageState"));
-    m_observed->removeObserver(this, QStringLiteral("url"));
+    m_observed->removeObserver(this, KVKeyPath::imageState);
+    m_observed->removeObserver(this, KVKeyPath::url);
     m_observed = nullptr;
 }
 
@@ -101,8 +102,8 @@ void KVImageView::setImage(const KVImageDataSourceRef &image, const QImage &thum
     m_thumbnail = thumbnail;
     m_thumbnailPixelSize = thumbnail.size();
     if (auto *observable = dynamic_cast<KVObservable *>(image.get())) {
-        observable->addObserver(this, QStringLiteral("imageState"));
-        observable->addObserver(this, QStringLiteral("url"));
+        observable->addObserver(this, KVKeyPath::imageState);
+        observable->addObserver(this, KVKeyPath::url);
         m_observed = observable;
     }
     if (image) {
@@ -310,14 +311,14 @@ void KVImageView::observeValueForKeyPath(const QString &keyPath, KVObservable *)
 void KVImageView::applyChange(const QString &keyPath) {
     if (!m_image)
         return;
-    if (keyPath == QLatin1String("imageState")) {
+    if (keyPath == KVKeyPath::imageState) {
         // From the photo's state now, not the notice: a notice that crossed threads may be late.
         if (isEnlargedState(m_image->imageState()))
             m_frame.enlargeFrame();
         else
             m_frame.condenseFrame();
         changed();
-    } else if (keyPath == QLatin1String("url")) {
+    } else if (keyPath == KVKeyPath::url) {
         updateWritable();
         changed();
     }

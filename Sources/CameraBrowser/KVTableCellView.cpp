@@ -7,11 +7,12 @@
 #include "KVBundleImage.h"
 #include "KVCameraViewDocumentView.h"
 #include "KVGeometry.h"
+#include "KVKeyPath.h"
 #include "KVScroller.h"
 #include "KVSliderCell.h"
 #include "KVStringDrawing.h"
-#include "KVTimeScale.h"
 #include "KVTimelineScrollView.h"
+#include "KVTimeScale.h"
 
 #include <QHelpEvent>
 #include <QPaintEvent>
@@ -255,15 +256,15 @@ void KVTableCellView::addObserving() {
     if (!m_scrollView)
         KVAssertionFailure("nil != self.scrollView", "-[KVTableCellView addObserving]", __FILE__,
                            __LINE__);
-    documentView()->addObserver(this, QStringLiteral("dateOfVisibleRect"));
+    documentView()->addObserver(this, KVKeyPath::dateOfVisibleRect);
 }
 
 void KVTableCellView::removeObserving() {
-    documentView()->removeObserver(this, QStringLiteral("dateOfVisibleRect"));
+    documentView()->removeObserver(this, KVKeyPath::dateOfVisibleRect);
 }
 
 void KVTableCellView::observeValueForKeyPath(const QString &keyPath, KVObservable *object) {
-    if (keyPath != QLatin1String("dateOfVisibleRect") ||
+    if (keyPath != KVKeyPath::dateOfVisibleRect ||
         object != static_cast<KVObservable *>(documentView()))
         return;
     viewBoundsChanged();

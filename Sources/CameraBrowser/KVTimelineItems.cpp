@@ -4,6 +4,7 @@
 #include "KVTimelineItems.h"
 
 #include "KVDispatch.h"
+#include "KVKeyPath.h"
 #include "KVThumbnailLoader.h"
 #include "KVTimelineLayout.h"
 
@@ -11,12 +12,6 @@
 
 #include <algorithm>
 #include <iterator>
-
-namespace {
-
-const QString imageStateKey = QStringLiteral("imageState");
-
-} // namespace
 
 struct KVTimelineItems::Entry {
     KVImageDataSourceRef image;
@@ -45,7 +40,7 @@ KVTimelineItems::KVTimelineItems(KVTimelineLayout &layout, KVImageViewDelegate *
 KVTimelineItems::~KVTimelineItems() {
     for (const std::unique_ptr<Entry> &entry : m_entries) {
         if (entry->observable)
-            entry->observable->removeObserver(this, imageStateKey);
+            entry->observable->removeObserver(this, KVKeyPath::imageState);
     }
 }
 
@@ -59,7 +54,7 @@ bool KVTimelineItems::insert(const KVImageDataSourceRef &image) {
     frame.setImage(std::nullopt, image->imageState());
     entry->enlarged = frame.enlarged();
     if ((entry->observable = dynamic_cast<KVObservable *>(image.get())))
-        entry->observable->addObserver(this, imageStateKey);
+        entry->observable->addObserver(this, KVKeyPath::imageState);
     const int index = m_layout.insertImage(image->creationDate(), frame.frame());
     m_indexOfImage.insert(image.get(), index);
     if (entry->observable)
@@ -76,7 +71,7 @@ void KVTimelineItems::remove(int index) {
         return;
     Entry &entry = *m_entries[index];
     if (entry.observable)
-        entry.observable->removeObserver(this, imageStateKey);
+        entry.observable->removeObserver(this, KVKeyPath::imageState);
     m_loader->cancel(entry.key);
     m_entries.erase(m_entries.begin() + index);
     m_layout.removeImage(index);
@@ -86,7 +81,7 @@ void KVTimelineItems::remove(int index) {
 void KVTimelineItems::removeAll() {
     for (const std::unique_ptr<Entry> &entry : m_entries) {
         if (entry->observable)
-            entry->observable->removeObserver(this, imageStateKey);
+            entry->observable->removeObserver(this, KVKeyPath::imageState);
     }
     m_loader->cancelAll();
     m_entries.clear();
@@ -278,7 +273,7 @@ void KVTimelineItems::observeValueForKeyPath(const QString &keyPath, KVObservabl
 void KVTimelineItems::imageDidChange(KVObservable *object, const QString &keyPath) {
     const int index = m_indexOfObservable.value(object, -1);
     // A photo in view is followed by its own item.
-    if (keyPath != imageStateKey || index < 0 || m_entries[index]->item)
+    if (keyPath != KVKeyPath::imageState || index < 0 || m_entries[index]->item)
         return;
     Entry &entry = *m_entries[index];
     KVImageFrame frame(m_layout.imageFrame(index));

@@ -6,6 +6,7 @@
 #include "KVBundleImage.h"
 #include "KVDispatch.h"
 #include "KVDisplayView.h"
+#include "KVKeyPath.h"
 #include "KVOperationQueue.h"
 
 #include <QPainter>
@@ -71,9 +72,9 @@ KVOperationQueue *KVDisplaySynchProgressDrawer::queue() const {
 }
 
 const QStringList &KVDisplaySynchProgressDrawer::observedKeyPaths() {
-    static const QStringList keyPaths = {QStringLiteral("processedImagesCount"),
-                                         QStringLiteral("isOperationsCancelled"),
-                                         QStringLiteral("operationType")};
+    static const QStringList keyPaths = {KVKeyPath::processedImagesCount,
+                                         KVKeyPath::isOperationsCancelled,
+                                         KVKeyPath::operationType};
     return keyPaths;
 }
 

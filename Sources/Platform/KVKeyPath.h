@@ -14,6 +14,28 @@ inline const QString url = QStringLiteral("url");
 // KVOperation, KVBaseOperationQueue
 inline const QString isFinished = QStringLiteral("isFinished");
 inline const QString operationCount = QStringLiteral("operationCount");
+// KVOperationQueue, KVSynchronizationOperation
+inline const QString processedImagesCount = QStringLiteral("processedImagesCount");
+inline const QString allImagesCountOnStartOfCancel =
+    QStringLiteral("allImagesCountOnStartOfCancel");
+inline const QString isOperationsCancelled = QStringLiteral("isOperationsCancelled");
+inline const QString isSynchronizationInProcess = QStringLiteral("isSynchronizationInProcess");
+inline const QString operationType = QStringLiteral("operationType");
+// KVSyncController
+inline const QString runState = QStringLiteral("runState");
+// KVUndoManager
+inline const QString canUndo = QStringLiteral("canUndo");
+inline const QString canRedo = QStringLiteral("canRedo");
+// KVCameraViewDocumentView
+inline const QString dateOfVisibleRect = QStringLiteral("dateOfVisibleRect");
+inline const QString visibleOrigin = QStringLiteral("visibleOrigin");
+inline const QString scale = QStringLiteral("scale");
+inline const QString currentCalendarUnit = QStringLiteral("currentCalendarUnit");
+// KVManualDateTimeViewController
+inline const QString date = QStringLiteral("date");
+inline const QString time = QStringLiteral("time");
+inline const QString fullDate = QStringLiteral("fullDate");
+inline const QString isEtalonDateSet = QStringLiteral("isEtalonDateSet");
 // The photo model and the application delegate
 inline const QString imageFiles = QStringLiteral("imageFiles");
 inline const QString etalon = QStringLiteral("etalon");

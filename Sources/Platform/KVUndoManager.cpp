@@ -3,6 +3,8 @@
 
 #include "KVUndoManager.h"
 
+#include "KVKeyPath.h"
+
 void KVUndoManager::registerUndo(std::function<void()> action) {
     if (m_undoing) {
         m_redoStack.push_back(std::move(action));
@@ -43,6 +45,6 @@ void KVUndoManager::removeAllActions() {
 }
 
 void KVUndoManager::announce() {
-    didChangeValueForKey(QStringLiteral("canUndo"));
-    didChangeValueForKey(QStringLiteral("canRedo"));
+    didChangeValueForKey(KVKeyPath::canUndo);
+    didChangeValueForKey(KVKeyPath::canRedo);
 }

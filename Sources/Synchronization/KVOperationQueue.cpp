@@ -3,13 +3,9 @@
 
 #include "KVOperationQueue.h"
 
+#include "KVKeyPath.h"
+
 #include <algorithm>
-
-namespace {
-
-const QString processedImagesCountKey = QStringLiteral("processedImagesCount");
-
-} // namespace
 
 KVOperationQueue::KVOperationQueue() {
     setMaxConcurrentOperationCount(activeProcessorCount());
@@ -32,7 +28,7 @@ std::vector<KVSynchronizationOperationRef> KVOperationQueue::allSyncOperations()
 void KVOperationQueue::removeAllSyncOperations() {
     std::lock_guard lock(m_operationsMutex);
     for (const KVSynchronizationOperationRef &operation : m_mutableOperations)
-        operation->removeObserver(this, processedImagesCountKey);
+        operation->removeObserver(this, KVKeyPath::processedImagesCount);
     m_mutableOperations.clear();
 }
 
@@ -51,7 +47,7 @@ void KVOperationQueue::addSynchronizationOperation(const KVSynchronizationOperat
     if (std::find(m_mutableOperations.begin(), m_mutableOperations.end(), operation) !=
         m_mutableOperations.end())
         return;
-    operation->addObserver(this, processedImagesCountKey);
+    operation->addObserver(this, KVKeyPath::processedImagesCount);
     m_mutableOperations.push_back(operation);
 }
 
@@ -132,35 +128,35 @@ qint64 KVOperationQueue::cancelledImagesCount() const {
 
 void KVOperationQueue::setProcessedImagesCount(qint64 count) {
     m_processedImagesCount = count;
-    didChangeValueForKey(processedImagesCountKey);
+    didChangeValueForKey(KVKeyPath::processedImagesCount);
 }
 
 void KVOperationQueue::setAllImagesCountOnStartOfCancel(qint64 count) {
     m_allImagesCountOnStartOfCancel = count;
-    didChangeValueForKey(QStringLiteral("allImagesCountOnStartOfCancel"));
+    didChangeValueForKey(KVKeyPath::allImagesCountOnStartOfCancel);
 }
 
 void KVOperationQueue::setIsOperationsCancelled(bool cancelled) {
     if (cancelled && !m_isOperationsCancelled)
         setAllImagesCountOnStartOfCancel(imagesCount(allSyncOperations()));
     m_isOperationsCancelled = cancelled;
-    didChangeValueForKey(QStringLiteral("isOperationsCancelled"));
+    didChangeValueForKey(KVKeyPath::isOperationsCancelled);
 }
 
 void KVOperationQueue::setIsSynchronizationInProcess(bool inProcess) {
     if (m_isSynchronizationInProcess.exchange(inProcess) != inProcess)
-        didChangeValueForKey(QStringLiteral("isSynchronizationInProcess"));
+        didChangeValueForKey(KVKeyPath::isSynchronizationInProcess);
 }
 
 void KVOperationQueue::setOperationType(KVOperationType type) {
     m_operationType = type;
-    didChangeValueForKey(QStringLiteral("operationType"));
+    didChangeValueForKey(KVKeyPath::operationType);
 }
 
 void KVOperationQueue::observeValueForKeyPath(const QString &keyPath, KVObservable *) {
     // While suspended the counts are left as they are; the next change after resuming brings
     // them up to date, since each update sums every operation anew.
-    if (keyPath != processedImagesCountKey || isSuspended())
+    if (keyPath != KVKeyPath::processedImagesCount || isSuspended())
         return;
     updateProgress();
 }
@@ -175,5 +171,5 @@ void KVOperationQueue::updateProgress() {
         const bool changingBack = isOperationsCancelled() && m_changeBackCount > 0;
         m_processedImagesCount = changingBack ? m_changeBackCount - sum : sum;
     }
-    didChangeValueForKey(processedImagesCountKey);
+    didChangeValueForKey(KVKeyPath::processedImagesCount);
 }

@@ -5,6 +5,7 @@
 
 #include "KVDateTags.h"
 #include "KVDispatch.h"
+#include "KVKeyPath.h"
 #include "KVLog.h"
 
 #include <QLocale>
@@ -13,9 +14,6 @@
 #include <map>
 
 namespace {
-
-const QString runStateKey = QStringLiteral("runState");
-const QString operationCountKey = QStringLiteral("operationCount");
 
 QString dateText(const QDateTime &date) {
     return QLocale::c().toString(date, u"yyyy:MM:dd HH:mm:ss");
@@ -63,11 +61,11 @@ bool KVSyncController::Outcome::isComplete() const {
 
 KVSyncController::KVSyncController()
     : m_workerCount(KVBaseOperationQueue::activeProcessorCount()) {
-    m_queue.addObserver(this, operationCountKey);
+    m_queue.addObserver(this, KVKeyPath::operationCount);
 }
 
 KVSyncController::~KVSyncController() {
-    m_queue.removeObserver(this, operationCountKey);
+    m_queue.removeObserver(this, KVKeyPath::operationCount);
     // The workers stop and their tools are killed before the queue goes.
     m_queue.cancelAllOperations();
 }
@@ -121,7 +119,7 @@ std::vector<KVPhotoChange> KVSyncController::revertingChanges(const KVRunRecord 
 
 void KVSyncController::setState(State state) {
     if (m_state.exchange(state) != state)
-        didChangeValueForKey(runStateKey);
+        didChangeValueForKey(KVKeyPath::runState);
 }
 
 std::vector<KVSynchronizationOperationRef>
@@ -242,7 +240,7 @@ void KVSyncController::resumeAfterInterruption() {
 }
 
 void KVSyncController::observeValueForKeyPath(const QString &keyPath, KVObservable *) {
-    if (keyPath != operationCountKey || m_queue.operationCount() != 0)
+    if (keyPath != KVKeyPath::operationCount || m_queue.operationCount() != 0)
         return;
     KVDispatchMain([alive = std::weak_ptr<int>(m_alive), this] {
         if (alive.lock())

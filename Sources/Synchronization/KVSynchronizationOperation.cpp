@@ -3,17 +3,12 @@
 
 #include "KVSynchronizationOperation.h"
 
+#include "KVKeyPath.h"
 #include "KVLog.h"
 
 #include <QCoreApplication>
 
 #include <cmath>
-
-namespace {
-
-const QString processedImagesCountKey = QStringLiteral("processedImagesCount");
-
-} // namespace
 
 KVSynchronizationOperation::KVSynchronizationOperation(std::vector<KVPhotoChange> changes,
                                                        std::shared_ptr<KVRunJournal> journal,
@@ -109,7 +104,7 @@ void KVSynchronizationOperation::cancel() {
 
 void KVSynchronizationOperation::setProcessedImagesCount(qint64 count) {
     m_processedImagesCount = count;
-    didChangeValueForKey(processedImagesCountKey);
+    didChangeValueForKey(KVKeyPath::processedImagesCount);
 }
 
 void KVSynchronizationOperation::main() {

@@ -6,6 +6,7 @@
 #include "KVWallClock.h"
 
 #include "KVDispatch.h"
+#include "KVKeyPath.h"
 #include "KVManualDateTimeViewController.h"
 #include "ui_KVManualDateTimeView.h"
 
@@ -24,8 +25,7 @@ constexpr int kKVArrowHalfWidth = 9;
 constexpr int kKVArrowInset = 14;
 
 const QStringList &observedKeys() {
-    static const QStringList keys{QStringLiteral("date"), QStringLiteral("time"),
-                                  QStringLiteral("isEtalonDateSet")};
+    static const QStringList keys{KVKeyPath::date, KVKeyPath::time, KVKeyPath::isEtalonDateSet};
     return keys;
 }
 

@@ -12,6 +12,7 @@
 #include "KVDisplaySynchProgressDrawer.h"
 #include "KVDisplayView.h"
 #include "KVHelpWindow.h"
+#include "KVKeyPath.h"
 #include "KVLockView.h"
 #include "KVManualDateTimeView.h"
 #include "KVRoundButtonCell.h"
@@ -51,9 +52,9 @@ constexpr int kKVManualButtonSize = 32;
 
 // The delegate's keys the window follows.
 const QStringList &followedKeys() {
-    static const QStringList keys = {
-        QStringLiteral("isEnabledSynchronization"), QStringLiteral("isManualSetEnable"),
-        QStringLiteral("isProcessingPathes"), QStringLiteral("imageFiles")};
+    static const QStringList keys = {KVKeyPath::isEnabledSynchronization,
+                                     KVKeyPath::isManualSetEnable, KVKeyPath::isProcessingPathes,
+                                     KVKeyPath::imageFiles};
     return keys;
 }
 
@@ -70,15 +71,15 @@ KVWindow::KVWindow(QWidget *parent)
     buildMenus();
     for (const QString &key : followedKeys())
         m_delegate->addObserver(this, key);
-    m_delegate->undoManager().addObserver(this, QStringLiteral("canUndo"));
-    m_delegate->undoManager().addObserver(this, QStringLiteral("canRedo"));
+    m_delegate->undoManager().addObserver(this, KVKeyPath::canUndo);
+    m_delegate->undoManager().addObserver(this, KVKeyPath::canRedo);
 }
 
 KVWindow::~KVWindow() {
     for (const QString &key : followedKeys())
         m_delegate->removeObserver(this, key);
-    m_delegate->undoManager().removeObserver(this, QStringLiteral("canUndo"));
-    m_delegate->undoManager().removeObserver(this, QStringLiteral("canRedo"));
+    m_delegate->undoManager().removeObserver(this, KVKeyPath::canUndo);
+    m_delegate->undoManager().removeObserver(this, KVKeyPath::canRedo);
     // The display follows the delegate's queue, and the browser asks the delegate while it
     // goes: both let go before the delegate does.
     m_display->progressDrawer()->setQueue(nullptr);
