@@ -463,19 +463,25 @@ void KVCameraViewDocumentView::paintEvent(QPaintEvent *event) {
 
 void KVCameraViewDocumentView::drawContent(QPainter &painter, const QRect &dirty) {
     KVTimelineScaleDrawer::draw(painter, m_layout, dirty, size());
-    // In insertion order, so that a later thumbnail lies above an earlier one.
+    // A thousand thumbnails may show at the coarsest zoom: the painter is set up once for all
+    // of them, and each gets only its own clip and position. Each is clipped to the columns no
+    // later thumbnail covers, so none paints over another and the order does not matter.
+    painter.save();
+    KVImageView::setUpPainter(painter);
+    const QTransform base = painter.worldTransform();
+    const QRectF area(dirty);
     for (int index : m_items->live()) {
         const KVImageView &item = *m_items->item(index);
         const QRectF place = widgetRectFromDocument(item.frame());
-        // Only the columns not covered by later thumbnails.
         const auto [left, right] = m_items->visibleSpan(index);
-        const QRectF shows(left - visibleOriginX(), place.top(), right - left, place.height());
-        if (!shows.intersects(QRectF(dirty)))
+        const QRectF shows =
+            QRectF(left - visibleOriginX(), place.top(), right - left, place.height()) & area;
+        if (shows.isEmpty())
             continue;
-        painter.save();
-        painter.setClipRect(shows, Qt::IntersectClip);
-        painter.translate(place.topLeft());
+        painter.setWorldTransform(base);
+        painter.setClipRect(shows, Qt::ReplaceClip);
+        painter.setWorldTransform(QTransform(base).translate(place.left(), place.top()));
         item.draw(painter);
-        painter.restore();
     }
+    painter.restore();
 }

@@ -245,30 +245,32 @@ void KVImageView::draw(QPainter &painter) const {
     }
 }
 
-void KVImageView::drawFrame(QPainter &painter) const {
-    static const QColor normalOutline = calibratedRGB(0.576, 0.596, 0.62);
-    static const QColor wideFrame = calibratedRGB(0.075, 0.557, 0.996);
-    static const QColor highlight = calibratedRGB(0.255, 0.682, 0.996);
-    static const QColor outerOutline = calibratedRGB(0.043, 0.365, 0.643);
-
-    const QRectF bounds = this->bounds();
-    painter.save();
+void KVImageView::setUpPainter(QPainter &painter) {
     painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
     painter.setBrush(Qt::NoBrush);
+}
+
+void KVImageView::drawFrame(QPainter &painter) const {
+    // Made once: a painter given the pen it has already skips the change.
+    static const QPen normalOutline(calibratedRGB(0.576, 0.596, 0.62), 1.0);
+    static const QPen wideFrame(calibratedRGB(0.075, 0.557, 0.996), 5.0);
+    static const QPen highlight(calibratedRGB(0.255, 0.682, 0.996), 1.0);
+    static const QPen outerOutline(calibratedRGB(0.043, 0.365, 0.643), 1.0);
+
+    const QRectF bounds = this->bounds();
     if (!isEnlargedState(m_image->imageState())) {
-        painter.setPen(QPen(normalOutline, 1.0));
+        painter.setPen(normalOutline);
         painter.drawRect(bounds);
     } else {
-        painter.setPen(QPen(wideFrame, 5.0));
+        painter.setPen(wideFrame);
         painter.drawRect(bounds);
         // One below the top edge: Qt's y of (top - 1) counted from the top.
-        painter.setPen(QPen(highlight, 1.0));
+        painter.setPen(highlight);
         painter.drawLine(QPointF(0, 1), QPointF(bounds.right(), 1));
-        painter.setPen(QPen(outerOutline, 1.0));
+        painter.setPen(outerOutline);
         painter.drawRect(bounds);
     }
-    painter.restore();
 }
 
 KVImageState KVImageView::calculateValueForState(KVImageState state, int clickCount) {

@@ -72,9 +72,12 @@ public:
     QString toolTip() const { return toolTipForImage(m_image.get()); }
     static QString toolTipForImage(KVImageDataSource *image);
 
-    // Paints the item with the painter's origin at the top left of its bounds (Qt's y down).
+    // Paints the item with the painter's origin at the top left of its bounds (Qt's y down),
+    // on a painter set up by setUpPainter (a fresh one is): sharp lines and pictures, no brush.
+    // It changes the painter's pen.
     void draw(QPainter &painter) const;
     void drawFrame(QPainter &painter) const;
+    static void setUpPainter(QPainter &painter);
 
     static KVImageState calculateValueForState(KVImageState state, int clickCount);
     // A click of that count: the delegate is asked, and the photo changes only when it agrees.

@@ -41,17 +41,16 @@ void KVTimelineScaleDrawer::draw(QPainter &painter, const KVTimelineLayout &layo
         const KVTimelineLayout::TickRow row = layout.ticksForXRange(
             originX + dirty.left() - 2 * shortestCell, originX + dirty.right() + 1);
         const double bandHeight = 0.2 * boundsHeight;
-        const KVTextAttributes &attributes = KVTimeScale::tickLabelAttributes();
+        // Every timeline draws the same few labels at a zoom, frame after frame.
+        static KVStringCache labels(KVTimeScale::tickLabelAttributes());
         for (const KVTimelineLayout::Tick &tick : row.ticks) {
             const double x = tick.x - originX;
             painter.drawLine(QPointF(x, 0), QPointF(x, bandHeight));
-            const QSizeF labelSize = KVSizeWithAttributes(tick.label, attributes);
+            const QSizeF labelSize = labels.size(tick.label);
             const QRectF label(x + (row.cellWidth - labelSize.width()) / 2,
                                (boundsHeight - bandHeight) + (bandHeight - labelSize.height()) / 2,
                                labelSize.width(), labelSize.height());
-            KVDrawString(painter, tick.label, KVFlippedRect(label, boundsHeight).topLeft(),
-                         attributes);
-            painter.setPen(QPen(scaleColor, 1.0));
+            labels.draw(painter, tick.label, KVFlippedRect(label, boundsHeight).topLeft());
         }
     }
     painter.restore();

@@ -83,6 +83,44 @@ void KVDrawString(QPainter &painter, const QString &text, const QPointF &topLeft
     painter.restore();
 }
 
+KVStringCache::KVStringCache(const KVTextAttributes &attributes, std::size_t capacity)
+    : m_attributes(attributes)
+    , m_capacity(capacity) {
+}
+
+KVStringCache::Entry &KVStringCache::entry(const QString &text) {
+    auto found = m_entries.find(text);
+    if (found != m_entries.end())
+        return found->second;
+    // The labels of a few zoom levels fit many times over; past that, start afresh.
+    if (m_entries.size() >= m_capacity)
+        m_entries.clear();
+    Entry made{QStaticText(text), KVSizeWithAttributes(text, m_attributes)};
+    made.text.setTextFormat(Qt::PlainText);
+    made.text.setPerformanceHint(QStaticText::AggressiveCaching);
+    made.text.prepare(QTransform(), m_attributes.font);
+    return m_entries.emplace(text, std::move(made)).first->second;
+}
+
+QSizeF KVStringCache::size(const QString &text) {
+    return entry(text).size;
+}
+
+void KVStringCache::draw(QPainter &painter, const QString &text, const QPointF &topLeft) {
+    const Entry &shown = entry(text);
+    painter.save();
+    painter.setFont(m_attributes.font);
+    if (m_attributes.hasShadow) {
+        painter.setPen(m_attributes.shadowColor);
+        painter.drawStaticText(
+            topLeft + QPointF(m_attributes.shadowOffset.x(), -m_attributes.shadowOffset.y()),
+            shown.text);
+    }
+    painter.setPen(m_attributes.color);
+    painter.drawStaticText(topLeft, shown.text);
+    painter.restore();
+}
+
 void drawInCenterOfRect(QPainter &painter, const QString &text, const QRectF &rect,
                         const KVTextAttributes &attributes) {
     QString shown = text;

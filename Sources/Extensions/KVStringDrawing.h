@@ -8,7 +8,10 @@
 #include <QPointF>
 #include <QRectF>
 #include <QSizeF>
+#include <QStaticText>
 #include <QString>
+
+#include <unordered_map>
 
 class QPainter;
 
@@ -41,6 +44,28 @@ QString trimmedStringWithAttributes(const QString &text, const KVTextAttributes 
 // Draws the text with its top left at the point (Qt coordinates).
 void KVDrawString(QPainter &painter, const QString &text, const QPointF &topLeft,
                   const KVTextAttributes &attributes);
+
+// One-line texts drawn again and again with the same attributes, such as a timeline's tick
+// labels: each is measured and laid out once, and then drawn exactly as KVDrawString draws it.
+// Keeps at most `capacity` texts; main thread only, as painting is.
+class KVStringCache {
+public:
+    explicit KVStringCache(const KVTextAttributes &attributes, std::size_t capacity = 512);
+
+    QSizeF size(const QString &text);
+    void draw(QPainter &painter, const QString &text, const QPointF &topLeft);
+
+private:
+    struct Entry {
+        QStaticText text;
+        QSizeF size;
+    };
+    Entry &entry(const QString &text);
+
+    KVTextAttributes m_attributes;
+    std::size_t m_capacity;
+    std::unordered_map<QString, Entry> m_entries;
+};
 
 // Draws the text centred in the rectangle (Qt coordinates), trimmed first when too wide.
 // The origin is not rounded.

@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
@@ -18,6 +19,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -250,6 +253,60 @@ TEST_F(KVCameraViewDocumentViewTest, SelectedFrameIsBlueNormalOutlineGreyTickLab
         for (int y = 0; y < int(0.2 * rowSize.height()); ++y)
             dark += qRed(image.pixel(x, y)) < 160;
     EXPECT_GT(dark, 5);
+}
+
+// Hundreds of thumbnails overlapping at the coarsest zoom: wherever no later thumbnail covers
+// it, each shows exactly the pixels it paints alone, its outline and a grown frame included.
+TEST_F(KVCameraViewDocumentViewTest, OverlappingThumbnailsShowTheirOwnPixelsWhereUncovered) {
+    std::vector<double> offsets;
+    double seconds = 0;
+    for (int i = 0; i < 300; ++i)
+        offsets.push_back(seconds += 1.0 + (i * 37 % 60) + (i % 7) * 0.3);
+    insert(offsets);
+    photos[150]->setImageState(KVImageStateSelected);
+    view.setPaintCacheEnabled(false);
+    const QImage timeline = view.grab().toImage().convertToFormat(QImage::Format_RGB32);
+
+    const auto placeOf = [&](int index) {
+        const QRectF frame = view.liveImageView(index)->frame();
+        return QRectF(view.widgetPointFromDocument(frame.topLeft()),
+                      view.widgetPointFromDocument(frame.bottomRight()))
+            .normalized();
+    };
+    std::vector<int> live;
+    for (int index = 0; index < view.imageCount(); ++index)
+        if (view.liveImageView(index))
+            live.push_back(index);
+    ASSERT_GT(live.size(), 50u);
+    int compared = 0, wrong = 0, covered = 0;
+    for (std::size_t i = 0; i < live.size(); ++i) {
+        const QRectF place = placeOf(live[i]);
+        QImage alone(view.size(), QImage::Format_ARGB32_Premultiplied);
+        alone.fill(Qt::transparent);
+        {
+            QPainter painter(&alone);
+            painter.translate(place.topLeft());
+            view.liveImageView(live[i])->draw(painter);
+        }
+        for (int x = int(std::ceil(place.left())) + 1; x < int(place.right()) - 1; ++x) {
+            // Two pixels clear of every later thumbnail's edges.
+            const bool free = std::none_of(live.begin() + i + 1, live.end(), [&](int later) {
+                const QRectF other = placeOf(later);
+                return x + 0.5 >= other.left() - 2 && x + 0.5 <= other.right() + 2;
+            });
+            if (!free) {
+                ++covered;
+                continue;
+            }
+            for (int y = int(std::ceil(place.top())) + 1; y < int(place.bottom()) - 1; ++y) {
+                ++compared;
+                wrong += timeline.pixel(x, y) != alone.pixel(x, y);
+            }
+        }
+    }
+    EXPECT_GT(covered, 1000);
+    EXPECT_GT(compared, 5000);
+    EXPECT_EQ(wrong, 0) << "of " << compared;
 }
 
 TEST_F(KVCameraViewDocumentViewTest, RemovedPhotosLeaveNoItemsAndNoStaleIndexes) {

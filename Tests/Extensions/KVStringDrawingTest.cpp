@@ -91,3 +91,28 @@ TEST_F(KVStringDrawingTest, ShadowFallsBelowTheText) {
     shadowed.shadowOffset = QPointF(0.0, -10.0);
     EXPECT_EQ(drawn("M", {20, 5}, shadowed), drawn("M", {20, 15}, plain));
 }
+
+// Cached texts are laid out once but land on exactly the pixels a fresh drawing gives, at whole
+// and fractional positions, with and without a shadow; a full cache starts afresh and still draws.
+TEST_F(KVStringDrawingTest, ACachedTextDrawsTheSamePixelsAsAFreshOne) {
+    KVTextAttributes shadowed = m_attributes;
+    shadowed.font = KVLucidaGrande(11.0);
+    shadowed.color = QColor::fromRgbF(0.392f, 0.435f, 0.509f);
+    shadowed.hasShadow = true;
+    shadowed.shadowColor = QColor::fromRgbF(1, 1, 1, 0.4f);
+    shadowed.shadowOffset = QPointF(0, -1);
+    for (const KVTextAttributes &attributes : {m_attributes, shadowed}) {
+        KVStringCache cache(attributes, 2);
+        for (const QString &text :
+             {QString("14h 20m"), QString("15 June"), QString("Juni 14"), QString("09:52:01")}) {
+            for (const QPointF origin : {QPointF(3, 4), QPointF(10.5, 7.25), QPointF(41.3, 0.6)}) {
+                SCOPED_TRACE(text.toStdString() + " at " + std::to_string(origin.x()));
+                EXPECT_EQ(cache.size(text), KVSizeWithAttributes(text, attributes));
+                const QImage fresh = drawn(text, origin, attributes);
+                const QImage cached = render([&](QPainter &p) { cache.draw(p, text, origin); });
+                EXPECT_NE(fresh, render([](QPainter &) {}));
+                EXPECT_EQ(cached, fresh);
+            }
+        }
+    }
+}
