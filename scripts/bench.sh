@@ -48,10 +48,12 @@ row "import: memory per loaded photo (KB)" "$(import_value 'memory per loaded ph
 row "import: peak resident memory (KB)" "$(import_value 'peak resident memory')" ""
 row "sync: one camera, $sync_count photos (s)" "$(sync_value 'one camera')" ""
 row "sync: four cameras, $sync_count photos (s)" "$(sync_value 'four cameras')" ""
+row "sync: undo of the four cameras (s)" "$(sync_value 'undo of the four cameras')" ""
 row "sync: one exiftool batch, same photos (s)" "$(sync_value 'exiftool batch, one process')" ""
 row "sync: one camera / exiftool batch" "$(sync_value 'one camera / batch')" "<= 0.67"
 row "sync: four cameras / exiftool batch" "$(sync_value 'four cameras / batch')" "<= 0.67"
-row "sync: photos exactly shifted" "$(sync_value 'exact after both runs')" "all"
+row "sync: undo / exiftool batch" "$(sync_value 'undo / batch')" "<= 0.67"
+row "sync: photos exactly shifted" "$(sync_value 'exact after the three runs')" "all"
 row "sync: peak memory (MB)" "$(sync_value 'peak memory (VmHWM)')" "< 150"
 for zoom in "smallest zoom" "slider 1%" "middle zoom" "largest zoom"; do
     row "timeline: frame at $zoom, median (ms)" "$(value timeline "frame at $zoom, median")" "<= 8"

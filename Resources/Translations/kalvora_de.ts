@@ -790,6 +790,10 @@ Kameras werden abgeglichen: %ld von %ld</translation>
         <translation>Das Werkzeug wurde unerwartet beendet.</translation>
     </message>
     <message>
+        <source>The run&apos;s record could not be saved, so the photo was left as it is.</source>
+        <translation>Das Protokoll des Laufs konnte nicht gesichert werden, daher blieb das Foto unverändert.</translation>
+    </message>
+    <message>
         <source>The tool wrote no new version.</source>
         <translation>Das Werkzeug hat keine neue Fassung geschrieben.</translation>
     </message>

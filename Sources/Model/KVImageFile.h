@@ -90,6 +90,8 @@ public:
     KVWriteOutcome shiftCreationDate(KVPhotoWriter &writer, qint64 seconds,
                                      const KVPhotoWriter::WillChange &willChange = {},
                                      const std::optional<QString> &expectedOldDateText = {});
+    // After a write that changed the file: the record takes its new identity and date.
+    void didShiftCreationDate(const KVWriteOutcome &outcome);
 
     // KVFilePresenter
     QString presentedItemPath() const override { return path(); }

@@ -314,22 +314,69 @@ std::optional<KVPhotoIdentity> KVPhotoWriter::identityOf(const QString &path) {
     return KVPhotoIdentity{path, info.st_dev, info.st_ino};
 }
 
+// What a write keeps between its two halves: the checked descriptors, the photo's lock (an
+// flock on its descriptor) and the private folder with the tool's new version in it, which goes
+// with the state.
+struct KVPhotoWriter::Pending::State {
+    KVWriteOutcome outcome;
+    bool decided = false; // the outcome is final: there is nothing to finish
+    WillReplace willReplace;
+    Descriptor folderFd;
+    Descriptor photoFd;
+    Descriptor workFd;
+    std::string name;
+    std::string workName;
+    struct stat photoInfo {};
+    QString messages;
+
+    ~State() {
+        if (workFd.isValid())
+            removeWorkFolder(folderFd.get(), workName, workFd.get());
+    }
+};
+
+KVPhotoWriter::Pending::Pending()
+    : s(std::make_unique<State>()) {
+}
+
+KVPhotoWriter::Pending::Pending(KVWriteOutcome outcome)
+    : Pending() {
+    s->outcome = std::move(outcome);
+    s->decided = true;
+}
+
+KVPhotoWriter::Pending::~Pending() = default;
+KVPhotoWriter::Pending::Pending(Pending &&) noexcept = default;
+KVPhotoWriter::Pending &KVPhotoWriter::Pending::operator=(Pending &&) noexcept = default;
+
 KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64 seconds,
                                          const WillChange &willChange,
                                          const std::optional<QString> &expectedOldDateText) {
-    KVWriteOutcome outcome;
+    return finish(begin(identity, seconds, willChange, expectedOldDateText));
+}
+
+KVPhotoWriter::Pending KVPhotoWriter::begin(const KVPhotoIdentity &identity, qint64 seconds,
+                                            const WillChange &willChange,
+                                            const std::optional<QString> &expectedOldDateText,
+                                            WillReplace willReplace) {
+    Pending pending;
+    Pending::State &state = *pending.s;
+    state.willReplace = std::move(willReplace);
+    KVWriteOutcome &outcome = state.outcome;
     outcome.path = identity.path;
     outcome.identity = identity;
     auto notChanged = [&](const QString &reason) {
         outcome.status = KVWriteOutcome::Status::NotChanged;
         outcome.reason = reason;
         KVLog(QStringLiteral("%1 was not changed: %2").arg(identity.path, reason));
-        return outcome;
+        state.decided = true;
+        return std::move(pending);
     };
     auto cancelled = [&] {
         outcome.status = KVWriteOutcome::Status::Cancelled;
         outcome.reason = tr("The run was cancelled.");
-        return outcome;
+        state.decided = true;
+        return std::move(pending);
     };
     if (d->isCancelled())
         return cancelled();
@@ -339,39 +386,41 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
     if (slash < 0 || slash == nativePath.size() - 1)
         return notChanged(tr("The photo has no usable path."));
     const QByteArray folder = slash == 0 ? QByteArray("/") : nativePath.left(slash);
-    const QByteArray name = nativePath.mid(slash + 1);
+    state.name = nativePath.mid(slash + 1).toStdString();
+    const char *name = state.name.c_str();
     const QString photoName = QFile::decodeName(name);
 
-    const Descriptor folderFd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folderFd.isValid())
+    state.folderFd.reset(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!state.folderFd.isValid())
         return notChanged(tr("The folder could not be opened: %1").arg(errorText(errno)));
+    const int folderFd = state.folderFd.get();
     // Never through a link: a link put in the photo's place fails here.
-    const Descriptor photoFd(
-        ::openat(folderFd.get(), name.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (!photoFd.isValid()) {
+    state.photoFd.reset(::openat(folderFd, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    if (!state.photoFd.isValid()) {
         if (errno == ELOOP || errno == ENOENT)
             return notChanged(replacedText());
         return notChanged(tr("The photo could not be opened: %1").arg(errorText(errno)));
     }
-    struct stat photoInfo;
-    if (::fstat(photoFd.get(), &photoInfo) != 0 || !S_ISREG(photoInfo.st_mode))
+    const int photoFd = state.photoFd.get();
+    struct stat &photoInfo = state.photoInfo;
+    if (::fstat(photoFd, &photoInfo) != 0 || !S_ISREG(photoInfo.st_mode))
         return notChanged(replacedText());
     if (identity.inode != 0 &&
         (photoInfo.st_dev != identity.device || photoInfo.st_ino != identity.inode))
         return notChanged(replacedText());
 
-    if (!lockExclusively(photoFd.get(), d->lockWait, [this] { return d->isCancelled(); })) {
+    if (!lockExclusively(photoFd, d->lockWait, [this] { return d->isCancelled(); })) {
         if (d->isCancelled())
             return cancelled();
         return notChanged(tr("Another program is changing this photo; it was left as it is."));
     }
     // A writer that held the lock before may have replaced the file meanwhile.
     struct stat current;
-    if (::fstatat(folderFd.get(), name.constData(), &current, AT_SYMLINK_NOFOLLOW) != 0 ||
+    if (::fstatat(folderFd, name, &current, AT_SYMLINK_NOFOLLOW) != 0 ||
         !sameFile(current, photoInfo))
         return notChanged(replacedText());
 
-    const std::optional<KVDateTags> oldTags = KVDateTags::read(descriptorPath(photoFd.get()));
+    const std::optional<KVDateTags> oldTags = KVDateTags::read(descriptorPath(photoFd));
     if (!oldTags)
         return notChanged(tr("The photo's dates could not be read."));
     outcome.oldDateText = oldTags->captureDateText();
@@ -389,25 +438,18 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
         return cancelled();
 
     int error = 0;
-    std::string workName;
-    const Descriptor workFd(makeWorkFolder(folderFd.get(), &workName, &error));
-    if (!workFd.isValid())
+    state.workFd.reset(makeWorkFolder(folderFd, &state.workName, &error));
+    if (!state.workFd.isValid())
         return notChanged(
             tr("No private copy could be made in the photo's folder: %1").arg(errorText(error)));
-    struct Cleanup {
-        int folder;
-        const std::string &name;
-        int work;
-        ~Cleanup() { removeWorkFolder(folder, name, work); }
-    } cleanup{folderFd.get(), workName, workFd.get()};
 
     QString startError;
     KVChildProcess *tool = d->runningTool(&startError);
     if (!tool)
         return notChanged(startError);
     const quint64 sequence = ++d->sequence;
-    const std::string sourcePath = descriptorPathForTool(photoFd.get());
-    const std::string resultPath = descriptorPathForTool(workFd.get(), kResultName);
+    const std::string sourcePath = descriptorPathForTool(photoFd);
+    const std::string resultPath = descriptorPathForTool(state.workFd.get(), kResultName);
     std::vector<std::string> arguments = KVDateTags::toolArguments(outcome.newDateText);
     arguments.insert(arguments.end(), {"-o", resultPath, sourcePath});
     std::string request;
@@ -442,9 +484,28 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
         return notChanged(messages.isEmpty() ? tr("The tool stopped unexpectedly.") : messages);
     }
     }
-    const QString messages = toolMessages(answer, sourcePath, resultPath, photoName);
+    state.messages = toolMessages(answer, sourcePath, resultPath, photoName);
+    return pending;
+}
 
-    const Descriptor resultFd(::openat(workFd.get(), kResultName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+KVWriteOutcome KVPhotoWriter::finish(Pending pending) {
+    Pending::State &state = *pending.s;
+    KVWriteOutcome &outcome = state.outcome;
+    if (state.decided)
+        return outcome;
+    auto notChanged = [&](const QString &reason) {
+        outcome.status = KVWriteOutcome::Status::NotChanged;
+        outcome.reason = reason;
+        KVLog(QStringLiteral("%1 was not changed: %2").arg(outcome.path, reason));
+        return outcome;
+    };
+    const QString &messages = state.messages;
+    const int folderFd = state.folderFd.get();
+    const int workFd = state.workFd.get();
+    const char *name = state.name.c_str();
+    const struct stat &photoInfo = state.photoInfo;
+
+    const Descriptor resultFd(::openat(workFd, kResultName, O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     struct stat resultInfo;
     if (!resultFd.isValid() || ::fstat(resultFd.get(), &resultInfo) != 0 ||
         !S_ISREG(resultInfo.st_mode))
@@ -458,7 +519,7 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
     if (::fchmod(resultFd.get(), photoInfo.st_mode & 07777) != 0)
         return notChanged(
             tr("The photo's permissions could not be kept: %1").arg(errorText(errno)));
-    copyExtendedAttributes(photoFd.get(), resultFd.get());
+    copyExtendedAttributes(state.photoFd.get(), resultFd.get());
     // The file's modification date is the new capture date, as the local clock reads it.
     const QDateTime newDate =
         QDateTime::fromString(outcome.newDateText, QStringLiteral("yyyy:MM:dd HH:mm:ss"));
@@ -475,16 +536,23 @@ KVWriteOutcome KVPhotoWriter::shiftDates(const KVPhotoIdentity &identity, qint64
                               ? tr("The new version does not carry the new date in all its tags.")
                               : messages);
 
-    if (d->isCancelled())
-        return cancelled();
+    if (d->isCancelled()) {
+        outcome.status = KVWriteOutcome::Status::Cancelled;
+        outcome.reason = tr("The run was cancelled.");
+        return outcome;
+    }
+    if (state.willReplace && !state.willReplace())
+        return notChanged(
+            tr("The run's record could not be saved, so the photo was left as it is."));
     // The last look before the rename: the photo's name must still lead to the checked file.
-    if (::fstatat(folderFd.get(), name.constData(), &current, AT_SYMLINK_NOFOLLOW) != 0 ||
+    struct stat current;
+    if (::fstatat(folderFd, name, &current, AT_SYMLINK_NOFOLLOW) != 0 ||
         !sameFile(current, photoInfo))
         return notChanged(replacedText());
-    if (::renameat(workFd.get(), kResultName, folderFd.get(), name.constData()) != 0)
+    if (::renameat(workFd, kResultName, folderFd, name) != 0)
         return notChanged(
             tr("The new version could not replace the photo: %1").arg(errorText(errno)));
-    ::fsync(folderFd.get());
+    ::fsync(folderFd);
 
     outcome.status = KVWriteOutcome::Status::Changed;
     outcome.identity.device = resultInfo.st_dev;

@@ -76,6 +76,26 @@ class KVPhotoWriter {
     Q_DECLARE_TR_FUNCTIONS(KVPhotoWriter)
 public:
     using WillChange = std::function<bool(const QString &oldDateText, const QString &newDateText)>;
+    // Called just before the new version replaces the photo; false leaves the photo as it is.
+    using WillReplace = std::function<bool()>;
+
+    // A write between its two halves: the tool has made the new version, which has not yet
+    // replaced the photo; or the write has already ended, and has its outcome. It holds the
+    // photo's lock and the private folder, and removes the folder when it goes.
+    class Pending {
+    public:
+        Pending();
+        // A write that ended before it began, with this outcome.
+        explicit Pending(KVWriteOutcome outcome);
+        ~Pending();
+        Pending(Pending &&) noexcept;
+        Pending &operator=(Pending &&) noexcept;
+
+    private:
+        friend class KVPhotoWriter;
+        struct State;
+        std::unique_ptr<State> s;
+    };
 
     explicit KVPhotoWriter(const QString &toolPath = KVToolPath());
     ~KVPhotoWriter();
@@ -88,6 +108,16 @@ public:
     KVWriteOutcome shiftDates(const KVPhotoIdentity &identity, qint64 seconds,
                               const WillChange &willChange = {},
                               const std::optional<QString> &expectedOldDateText = std::nullopt);
+    // shiftDates in two halves, so that a run can have the tool make the next photo's new
+    // version while this one is saved, checked and put in place: begin() returns once the tool
+    // has written the new version; finish() keeps the photo's permissions, saves and checks the
+    // new version, asks `willReplace` and renames it over the photo. finish() may run on another
+    // thread, at the same time as the next begin().
+    Pending begin(const KVPhotoIdentity &identity, qint64 seconds,
+                  const WillChange &willChange = {},
+                  const std::optional<QString> &expectedOldDateText = std::nullopt,
+                  WillReplace willReplace = {});
+    KVWriteOutcome finish(Pending pending);
 
     // Ends the write in progress now (the tool's process group gets SIGTERM, then SIGKILL
     // after 2 s); that write returns Cancelled with the photo intact, and so does every later

@@ -10,6 +10,7 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <algorithm>
 #include <cstring>
 
 #include <fcntl.h>
@@ -185,10 +186,36 @@ KVRunJournal::~KVRunJournal() {
 }
 
 bool KVRunJournal::append(const QJsonObject &line, bool durable) {
-    std::lock_guard lock(m_mutex);
-    if (m_closed)
-        return false;
-    return writeAll(m_fd, lineOf(line)) && (!durable || ::fdatasync(m_fd) == 0);
+    {
+        std::lock_guard lock(m_mutex);
+        if (m_closed || !writeAll(m_fd, lineOf(line)))
+            return false;
+        ++m_writtenLines;
+    }
+    return !durable || save();
+}
+
+bool KVRunJournal::save() {
+    std::unique_lock lock(m_mutex);
+    const quint64 needed = m_writtenLines;
+    while (m_savedLines < needed) {
+        if (m_saving) {
+            m_saved.wait(lock);
+            continue;
+        }
+        m_saving = true;
+        const quint64 covered = m_writtenLines;
+        lock.unlock();
+        const bool flushed = ::fdatasync(m_fd) == 0;
+        lock.lock();
+        m_saving = false;
+        if (flushed)
+            m_savedLines = std::max(m_savedLines, covered);
+        m_saved.notify_all();
+        if (!flushed)
+            return false;
+    }
+    return true;
 }
 
 bool KVRunJournal::willChange(int index, const QString &oldDateText, const QString &newDateText) {
@@ -196,7 +223,7 @@ bool KVRunJournal::willChange(int index, const QString &oldDateText, const QStri
                    {KVJournalKey::oldDate, oldDateText},
                    {KVJournalKey::newDate, newDateText},
                    {KVJournalKey::state, KVRunRecord::stateName(KVJournalEntry::State::Writing)}},
-                  true);
+                  false);
 }
 
 void KVRunJournal::didChange(int index, const KVWriteOutcome &outcome) {

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <condition_variable>
 #include <mutex>
 #include <vector>
 
@@ -38,10 +39,14 @@ public:
     QString id() const { return m_id; }
     QString filePath() const { return m_filePath; }
 
-    // The photo `index` of the plan is about to change from oldDateText to newDateText: on
-    // disk before the call returns. False when that could not be made durable, and then the
-    // photo must not change.
+    // The photo `index` of the plan is about to change from oldDateText to newDateText. The
+    // line is written at once but reaches the disk only with the next save(), which must
+    // return true before the photo changes. False when it could not be written.
     bool willChange(int index, const QString &oldDateText, const QString &newDateText);
+    // Every line written so far is on disk when this returns true. Workers that save at the
+    // same time share one flush: whoever comes while one is going on waits for it, or for the
+    // next one when its line came too late for it.
+    bool save();
     void didChange(int index, const KVWriteOutcome &outcome);
     // Notes the photo as not changed by the run (nothing to do, refused beforehand, or changed
     // back by a recovery, which replaced it with `replacement`).
@@ -54,6 +59,10 @@ private:
     bool append(const QJsonObject &line, bool durable);
 
     std::mutex m_mutex;
+    std::condition_variable m_saved;
+    quint64 m_writtenLines = 0;
+    quint64 m_savedLines = 0;
+    bool m_saving = false;
     int m_fd;
     QString m_id;
     QString m_filePath;

@@ -8,7 +8,9 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cmath>
+#include <future>
 
 KVSynchronizationOperation::KVSynchronizationOperation(std::vector<KVPhotoChange> changes,
                                                        std::shared_ptr<KVRunJournal> journal,
@@ -123,58 +125,88 @@ void KVSynchronizationOperation::main() {
                 left.push_back(index);
         }
     }
-    qint64 processed = static_cast<qint64>(m_changes.size() - left.size());
-    setProcessedImagesCount(processed);
+    setProcessedImagesCount(static_cast<qint64>(m_changes.size() - left.size()));
     KVLogVerbose(QStringLiteral("Images to sync: %1").arg(left.size()));
 
+    // The photo being put in place while the tool makes the next one's new version. It keeps
+    // its result itself, the moment it is on disk.
+    std::future<void> finishing;
     for (const size_t index : left) {
         if (isCancelled())
             break;
-        KVPhotoChangeResult result = write(writer, m_changes[index]);
-        {
-            // Kept at once, so that whoever reads the changed photos of a running operation
-            // never misses one that is already on disk.
-            std::lock_guard lock(m_mutex);
-            m_results[index] = std::move(result);
-        }
-        setProcessedImagesCount(++processed);
+        KVPhotoWriter::Pending pending = beginWrite(writer, m_changes[index]);
+        if (finishing.valid())
+            finishing.get();
+        finishing = std::async(
+            std::launch::async, [this, &writer, index, pending = std::move(pending)]() mutable {
+                keep(index, finishWrite(writer, m_changes[index], std::move(pending)));
+            });
     }
+    if (finishing.valid())
+        finishing.get();
     std::lock_guard lock(m_mutex);
     m_writer = nullptr;
 }
 
-KVPhotoChangeResult KVSynchronizationOperation::write(KVPhotoWriter &writer,
-                                                      const KVPhotoChange &change) {
-    KVPhotoChangeResult result{change, {}, change.identity};
-    result.outcome.path = change.identity.path;
-    const int index = change.journalIndex;
+void KVSynchronizationOperation::keep(size_t index, KVPhotoChangeResult result) {
+    qint64 processed = 0;
+    {
+        // Kept at once, so that whoever reads the changed photos of a running operation never
+        // misses one that is already on disk.
+        std::lock_guard lock(m_mutex);
+        m_results[index] = std::move(result);
+        processed = std::count_if(m_results.begin(), m_results.end(),
+                                  [](const auto &kept) { return kept.has_value(); });
+    }
+    setProcessedImagesCount(processed);
+}
+
+KVPhotoWriter::Pending KVSynchronizationOperation::beginWrite(KVPhotoWriter &writer,
+                                                              const KVPhotoChange &change) {
     std::unique_lock<std::recursive_mutex> recordLock;
     if (change.file) {
         recordLock = std::unique_lock(change.file->lock());
         if (change.file->imageState() == KVImageStateRemoved) {
-            result.outcome.reason = QCoreApplication::translate(
-                "KVSynchronizationOperation", "The photo was moved to the Trash.");
-            if (m_journal && index >= 0)
-                m_journal->didNotChange(index, result.outcome.reason);
-            return result;
+            KVWriteOutcome outcome;
+            outcome.path = change.identity.path;
+            outcome.identity = change.identity;
+            outcome.reason = QCoreApplication::translate("KVSynchronizationOperation",
+                                                         "The photo was moved to the Trash.");
+            return KVPhotoWriter::Pending(std::move(outcome));
         }
     }
     KVLogVerbose(QStringLiteral("Images path: %1").arg(change.identity.path));
+    const int index = change.journalIndex;
+    const bool journalled = m_journal && index >= 0;
     const KVPhotoWriter::WillChange willChange = [&](const QString &oldText,
                                                      const QString &newText) {
-        return !m_journal || index < 0 || m_journal->willChange(index, oldText, newText);
+        return !journalled || m_journal->willChange(index, oldText, newText);
     };
-    // A record follows its file: the new identity and dates are its own from now on.
-    result.outcome = change.file
-                         ? change.file->shiftCreationDate(writer, change.seconds, willChange,
-                                                          change.expectedOldDateText)
-                         : writer.shiftDates(change.identity, change.seconds, willChange,
-                                             change.expectedOldDateText);
+    // The journal's line for this photo is on disk before the photo changes; flushes of
+    // several photos are shared.
+    KVPhotoWriter::WillReplace willReplace;
+    if (journalled)
+        willReplace = [journal = m_journal] { return journal->save(); };
+    return writer.begin(change.identity, change.seconds, willChange, change.expectedOldDateText,
+                        std::move(willReplace));
+}
+
+KVPhotoChangeResult KVSynchronizationOperation::finishWrite(KVPhotoWriter &writer,
+                                                            const KVPhotoChange &change,
+                                                            KVPhotoWriter::Pending pending) {
+    std::unique_lock<std::recursive_mutex> recordLock;
+    if (change.file)
+        recordLock = std::unique_lock(change.file->lock());
+    KVPhotoChangeResult result{change, writer.finish(std::move(pending)), change.identity};
     if (result.outcome.path.isEmpty())
         result.outcome.path = change.identity.path;
-    if (result.outcome.changed())
+    if (result.outcome.changed()) {
         result.after = result.outcome.identity;
-    if (m_journal && index >= 0)
-        m_journal->didChange(index, result.outcome);
+        // A record follows its file: the new identity and dates are its own from now on.
+        if (change.file)
+            change.file->didShiftCreationDate(result.outcome);
+    }
+    if (m_journal && change.journalIndex >= 0)
+        m_journal->didChange(change.journalIndex, result.outcome);
     return result;
 }

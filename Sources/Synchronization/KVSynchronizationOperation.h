@@ -46,7 +46,9 @@ KVPhotoChange KVRevertingChange(const KVPhotoChangeResult &result);
 
 // One worker of a run: writes its share of the run's photos one after the other through a tool
 // process of its own, journals each, and keeps what became of it, so that a cancel can change
-// exactly the changed photos back, each by its own shift.
+// exactly the changed photos back, each by its own shift. While the tool makes a photo's new
+// version, the one before is saved, checked and put in place on a second thread: the tool
+// never waits for the disk.
 // Observable keys: "processedImagesCount", "isFinished" (announced on the worker thread).
 class KVSynchronizationOperation : public KVOperation {
 public:
@@ -73,7 +75,12 @@ protected:
     void main() override;
 
 private:
-    KVPhotoChangeResult write(KVPhotoWriter &writer, const KVPhotoChange &change);
+    // The first half of a photo's write, up to the tool's new version; the second half puts it
+    // in place and journals the outcome.
+    KVPhotoWriter::Pending beginWrite(KVPhotoWriter &writer, const KVPhotoChange &change);
+    KVPhotoChangeResult finishWrite(KVPhotoWriter &writer, const KVPhotoChange &change,
+                                    KVPhotoWriter::Pending pending);
+    void keep(size_t index, KVPhotoChangeResult result);
     void setProcessedImagesCount(qint64 count);
 
     const std::vector<KVPhotoChange> m_changes;

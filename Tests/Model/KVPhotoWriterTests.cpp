@@ -244,3 +244,52 @@ TEST_F(KVPhotoWriterFixture, ARecordFollowsItsReplacedFileSoItsNextWriteIsNotRef
         EXPECT_EQ(record->creationDate().toString("yyyy:MM:dd HH:mm:ss"), expected);
     }
 }
+
+// A run saves one photo's new version on a second thread while the tool makes the next one: what
+// comes between the two halves (a cancel, a journal that cannot be saved, the photo swapped) must
+// leave the photo as it was, and no hidden copy behind.
+TEST_F(KVPhotoWriterFixture, BetweenTheTwoHalvesOfAWriteACancelOrAnUnsavedRecordLeavesThePhoto) {
+    const QString a = copyOf("cameras/Canon_40D.jpg", "a.jpg");
+    const QString b = copyOf("cameras/Nikon_D70.jpg", "b.jpg");
+    const QString c = copyOf("cameras/Pentax_K10D.jpg", "c.jpg");
+    const QByteArray bytesA = KVTest::readFile(a);
+    const QByteArray bytesB = KVTest::readFile(b);
+    KVPhotoWriter writer(KALVORA_EXIFTOOL);
+
+    bool asked = false;
+    KVPhotoWriter::Pending unsaved =
+        writer.begin(*KVPhotoWriter::identityOf(a), 60, {}, std::nullopt, [&] {
+            asked = true;
+            return false;
+        });
+    // The second half runs on another thread, while the first half of the next photo goes on.
+    KVPhotoWriter::Pending next = writer.begin(*KVPhotoWriter::identityOf(c), 120);
+    KVWriteOutcome refused;
+    std::thread([&] { refused = writer.finish(std::move(unsaved)); }).join();
+    EXPECT_TRUE(asked);
+    EXPECT_EQ(refused.status, KVWriteOutcome::Status::NotChanged);
+    EXPECT_EQ(KVTest::readFile(a), bytesA);
+    const KVWriteOutcome done = writer.finish(std::move(next));
+    ASSERT_TRUE(done.changed()) << done.reason.toStdString();
+    EXPECT_TRUE(KVDateTags::read(c)->allAre(done.newDateText));
+
+    KVPhotoWriter::Pending cancelled = writer.begin(*KVPhotoWriter::identityOf(b), 60);
+    writer.cancel();
+    EXPECT_EQ(writer.finish(std::move(cancelled)).status, KVWriteOutcome::Status::Cancelled);
+    EXPECT_EQ(KVTest::readFile(b), bytesB);
+    writer.reset();
+
+    // The photo swapped for another file while its new version was being made.
+    KVPhotoWriter::Pending swapped = writer.begin(*KVPhotoWriter::identityOf(a), 60);
+    const QString other = copyOf("cameras/Nikon_D70.jpg", "other.jpg");
+    ASSERT_EQ(::rename(QFile::encodeName(other).constData(), QFile::encodeName(a).constData()), 0);
+    const KVWriteOutcome replaced = writer.finish(std::move(swapped));
+    EXPECT_EQ(replaced.status, KVWriteOutcome::Status::NotChanged);
+    EXPECT_EQ(replaced.reason, "The file was replaced during syncing.");
+    EXPECT_EQ(KVTest::readFile(a), bytesB);
+
+    // A pending write that is dropped, never finished, takes its hidden copy with it.
+    { KVPhotoWriter::Pending dropped = writer.begin(*KVPhotoWriter::identityOf(b), 60); }
+    EXPECT_EQ(KVTest::readFile(b), bytesB);
+    EXPECT_EQ(hiddenEntries(), QStringList());
+}

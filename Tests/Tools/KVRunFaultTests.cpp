@@ -216,6 +216,8 @@ TEST_F(KVRunFaultTest, CtrlCWithAHungToolEndsWithinFiveSecondsLeavingNoToolAndTh
     std::unique_ptr<Run> shift = start({"shift", "--seconds", "60", "--json", folder});
     ASSERT_GT(shift->pid, 0);
     ASSERT_TRUE(KVTest::waitFor([&] { return tool.ticketsDrawn() == 1 + workers; }, 60s));
+    // The photo that went through is put in place while the next one's tool already hangs.
+    ASSERT_TRUE(KVTest::waitFor([&] { return KVTest::dateTags(photos) != before; }, 60s));
 
     ASSERT_EQ(::kill(shift->pid, SIGINT), 0);
     ASSERT_TRUE(shift->finish(5s)) << "still running 5 s after Ctrl-C";
