@@ -56,7 +56,10 @@ double logPoissonTail(double mean, double k) {
         return 0;
     if (mean <= 0)
         return -std::numeric_limits<double>::infinity();
-    const double logTerm = -mean + k * std::log(mean) - std::lgamma(k + 1);
+    // lgamma_r, not std::lgamma: that one writes its sign to a global, a race between the
+    // threads that score pairs of cameras at once.
+    int sign = 0;
+    const double logTerm = -mean + k * std::log(mean) - ::lgamma_r(k + 1, &sign);
     double term = 1, sum = 1;
     for (int j = 1; j < 10000 && term > 1e-12 * sum; ++j) {
         term *= mean / (k + j);
