@@ -226,11 +226,15 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
     std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(), "-stay_open",
                                        "True", "-@", "-"};
     // A tool kept open waits for requests for ever, even once this process is gone (killed,
-    // crashed): it is told to end with the thread that starts it.
+    // crashed): it is told to end with the thread that starts it. A process killed before the
+    // signal was set would leave it behind, so once the signal is set the tool starts only
+    // while this process is still its parent.
     static const QString deathSignal = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
     if (!deathSignal.isEmpty())
-        arguments.insert(arguments.begin(), {QFile::encodeName(deathSignal).toStdString(),
-                                             "--pdeathsig", "KILL", "--"});
+        arguments.insert(arguments.begin(),
+                         {QFile::encodeName(deathSignal).toStdString(), "--pdeathsig", "KILL", "--",
+                          "/bin/sh", "-c", R"(test "$PPID" = "$1" || exit 70; shift; exec "$@")",
+                          "kalvora-tool", std::to_string(::getpid())});
     if (!started->start(arguments, true)) {
         *error = KVPhotoWriter::tr("The tool %1 could not be started.").arg(toolPath);
         return nullptr;

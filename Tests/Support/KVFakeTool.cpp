@@ -21,7 +21,10 @@ my ($real, $dir, $passing, $holding) = ('%1', '%2', %3, %4);
 sub note { open(my $f, '>>', $_[0]) or return; print $f $_[1]; close $f; }
 note("$dir/pids", "$$\n");
 # The tool behind ends with this stand-in, as the stand-in ends with the program.
-my $child = open(my $tool, '|-', 'setpriv', '--pdeathsig', 'KILL', '--', $real, @ARGV)
+# Read before the fork: the list of a piped open is read in the child.
+my $self = $$;
+my $child = open(my $tool, '|-', 'setpriv', '--pdeathsig', 'KILL', '--', '/bin/sh', '-c',
+    'test "$PPID" = "$1" || exit 70; shift; exec "$@"', 'tool', $self, $real, @ARGV)
     or die "cannot start $real";
 note("$dir/pids", "$child\n");
 $tool->autoflush(1);
