@@ -333,6 +333,18 @@ struct KVPhotoWriter::Pending::State {
     struct stat photoInfo {};
     QString messages;
 
+    // Ends the write with the photo as it was; both halves end this way.
+    void end(KVWriteOutcome::Status status, const QString &reason) {
+        outcome.status = status;
+        outcome.reason = reason;
+        decided = true;
+        if (status == KVWriteOutcome::Status::NotChanged)
+            KVLog(QStringLiteral("%1 was not changed: %2").arg(outcome.path, reason));
+    }
+    void cancel() {
+        end(KVWriteOutcome::Status::Cancelled, KVPhotoWriter::tr("The run was cancelled."));
+    }
+
     ~State() {
         if (workFd.isValid())
             removeWorkFolder(folderFd.get(), workName, workFd.get());
@@ -370,16 +382,11 @@ KVPhotoWriter::Pending KVPhotoWriter::begin(const KVPhotoIdentity &identity, qin
     outcome.path = identity.path;
     outcome.identity = identity;
     auto notChanged = [&](const QString &reason) {
-        outcome.status = KVWriteOutcome::Status::NotChanged;
-        outcome.reason = reason;
-        KVLog(QStringLiteral("%1 was not changed: %2").arg(identity.path, reason));
-        state.decided = true;
+        state.end(KVWriteOutcome::Status::NotChanged, reason);
         return std::move(pending);
     };
     auto cancelled = [&] {
-        outcome.status = KVWriteOutcome::Status::Cancelled;
-        outcome.reason = tr("The run was cancelled.");
-        state.decided = true;
+        state.cancel();
         return std::move(pending);
     };
     if (d->isCancelled())
@@ -498,9 +505,7 @@ KVWriteOutcome KVPhotoWriter::finish(Pending pending) {
     if (state.decided)
         return outcome;
     auto notChanged = [&](const QString &reason) {
-        outcome.status = KVWriteOutcome::Status::NotChanged;
-        outcome.reason = reason;
-        KVLog(QStringLiteral("%1 was not changed: %2").arg(outcome.path, reason));
+        state.end(KVWriteOutcome::Status::NotChanged, reason);
         return outcome;
     };
     const QString &messages = state.messages;
@@ -541,8 +546,7 @@ KVWriteOutcome KVPhotoWriter::finish(Pending pending) {
                               : messages);
 
     if (d->isCancelled()) {
-        outcome.status = KVWriteOutcome::Status::Cancelled;
-        outcome.reason = tr("The run was cancelled.");
+        state.cancel();
         return outcome;
     }
     if (state.willReplace && !state.willReplace())
