@@ -217,10 +217,6 @@ Soll der Lauf zu Ende geführt werden, oder sollen seine Fotos ihre Daten von vo
         <translation>Die Datei ist beschädigt: Sie gibt ein größeres Bild an, als sie enthält.</translation>
     </message>
     <message>
-        <source>The file name is not valid UTF-8. Rename the file to add it.</source>
-        <translation>Der Dateiname ist kein gültiges UTF-8. Benennen Sie die Datei um, um sie hinzuzufügen.</translation>
-    </message>
-    <message>
         <source>Adding photos…</source>
         <translation>Fotos werden hinzugefügt …</translation>
     </message>

@@ -5,6 +5,7 @@
 
 #include "KVCameraOffsetMemory.h"
 #include "KVDispatch.h"
+#include "KVFileName.h"
 #include "KVFileReportContent.h"
 #include "KVInvocationOperation.h"
 #include "KVKeyPath.h"
@@ -104,7 +105,7 @@ void KVAppDelegate::offerRecoveryOfInterruptedRuns() {
             for (const KVRunRecovery::Photo &photo : result.photos) {
                 if (photo.result == KVRunRecovery::Photo::Result::Failed)
                     failed << QVariantMap{
-                        {QStringLiteral("name"), QFileInfo(photo.path).fileName()},
+                        {QStringLiteral("name"), KVFileName::displayedName(photo.path)},
                         {QStringLiteral("path"), photo.path},
                         {QStringLiteral("error"), photo.reason}};
             }
@@ -450,7 +451,7 @@ void KVAppDelegate::showNotChangedFiles(const std::vector<KVPhotoChangeResult> &
     QList<QVariantMap> records;
     for (const KVPhotoChangeResult &result : results) {
         const QString path = result.change.identity.path;
-        records << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
+        records << QVariantMap{{QStringLiteral("name"), KVFileName::displayedName(path)},
                                {QStringLiteral("path"), path},
                                {QStringLiteral("error"), result.outcome.reason}};
     }

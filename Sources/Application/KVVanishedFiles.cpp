@@ -5,6 +5,7 @@
 
 #include "KVAppDelegate.h"
 #include "KVDispatch.h"
+#include "KVFileName.h"
 #include "KVVolumes.h"
 
 #include <QCoreApplication>
@@ -16,7 +17,7 @@ namespace {
 
 bool isMountedFolder(const QString &path) {
     // An emptied mount point stays behind as a folder here, so "back" means mounted again.
-    if (!QFileInfo(path).isDir())
+    if (!KVFileName::isFolder(path))
         return false;
     const std::vector<KVMountedVolume> volumes = KVVolumes::mountedVolumes();
     return std::any_of(volumes.begin(), volumes.end(),
@@ -95,7 +96,7 @@ bool KVVanishedFiles::markVanishedPhotos(bool restoreReturned) {
     std::lock_guard lock(m_delegate.lock());
     bool anyGone = false;
     KVCameraSets::forEachImageFile(m_delegate.imageFiles(), [&](const KVImageFileRef &file) {
-        if (!QFileInfo::exists(file->path())) {
+        if (!KVFileName::exists(file->path())) {
             anyGone = true;
             if (file->imageState() != KVImageStateRemoved)
                 file->setImageState(KVImageStateRemoved);

@@ -5,6 +5,7 @@
 
 #include "KVAssert.h"
 #include "KVCameraViewDocumentView.h"
+#include "KVFileName.h"
 #include "KVScroller.h"
 #include "KVTableCellView.h"
 #include "KVTimelineScrollView.h"
@@ -291,9 +292,9 @@ bool KVCameraBrowser::acceptDrop(const QMimeData *data) {
     QList<QUrl> urls;
     for (const QUrl &url : data->urls()) {
         // An entry without a path (a bare "file:") names nothing the model could read.
-        const QString path = url.isLocalFile() ? url.toLocalFile() : QString();
+        const QString path = KVFileName::path(url);
         if (!path.isEmpty())
-            urls << QUrl::fromLocalFile(path);
+            urls << KVFileName::url(path);
     }
     m_dataSource->addNewFilesFromURLs(urls);
     return true;

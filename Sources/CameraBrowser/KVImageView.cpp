@@ -6,6 +6,7 @@
 #include "KVBundleImage.h"
 #include "KVDateText.h"
 #include "KVDispatch.h"
+#include "KVFileName.h"
 #include "KVGeometry.h"
 #include "KVImageViewDelegate.h"
 #include "KVKeyPath.h"
@@ -158,7 +159,8 @@ QString KVImageView::toolTipForImage(KVImageDataSource *image) {
     const QDateTime when = image->creationDate();
     const QString date = KVDateText::longDate(when.date()) + QLatin1Char(' ') +
                          when.time().toString(QStringLiteral("HH:mm:ss"));
-    return QStringLiteral("%1\n%2\n%3").arg(image->cameraName(), image->url().path(), date);
+    return QStringLiteral("%1\n%2\n%3")
+        .arg(image->cameraName(), KVFileName::displayed(KVFileName::path(image->url())), date);
 }
 
 void KVImageView::updateWritable() {

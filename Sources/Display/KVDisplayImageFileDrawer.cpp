@@ -62,7 +62,7 @@ std::vector<KVDisplayImageFileDrawer::Label> KVDisplayImageFileDrawer::labels() 
     const QSizeF timeSize = KVSizeWithAttributes(timeText, attributes());
     labels.push_back({timeText, QRectF(QPointF(width - 12.0 - timeSize.width(), 5.0), timeSize)});
 
-    const QString name = fitted(QFileInfo(m_imageFile->path()).fileName());
+    const QString name = fitted(m_imageFile->name());
     const QSizeF nameSize = KVSizeWithAttributes(name, attributes());
     labels.push_back({name, QRectF(QPointF(12.0, (height - nameSize.height()) * 0.5), nameSize)});
 

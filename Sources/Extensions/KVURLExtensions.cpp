@@ -3,6 +3,7 @@
 
 #include "KVURLExtensions.h"
 
+#include "KVFileName.h"
 #include "KVVolumes.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 namespace KVURLExtensions {
 
 bool isFileWritable(const QUrl &url) {
-    return url.isLocalFile() && KVVolumes::isWritable(url.toLocalFile());
+    return url.isLocalFile() && KVVolumes::isWritable(KVFileName::path(url));
 }
 
 QString volumePath(const QUrl &url) {
@@ -18,7 +19,7 @@ QString volumePath(const QUrl &url) {
     std::erase_if(volumes, [](const KVMountedVolume &volume) { return volume.isHidden; });
     std::stable_sort(volumes.begin(), volumes.end(),
                      [](const auto &a, const auto &b) { return a.path.size() > b.path.size(); });
-    const QString path = url.toLocalFile();
+    const QString path = KVFileName::path(url);
     // A plain text prefix, as the platform does it: "/media/card" also holds "/media/cards/x".
     for (const KVMountedVolume &volume : volumes) {
         if (path.startsWith(volume.path))

@@ -153,36 +153,31 @@ void KVCameraSets::addImageFile(const KVImageFileRef &file, KVCameraSetDictionar
         files.push_back(file);
 }
 
-QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory, QStringList &undecodable) {
-    // Hidden entries are left out by not asking for QDir::Hidden.
-    const QString folder = directory.toLocalFile();
-    const QFileInfoList entries = QDir(folder).entryInfoList(
-        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System, QDir::Name);
-    undecodable << KVFileName::undecodableEntries(folder);
+QList<QUrl> KVCameraSets::directoryContents(const QUrl &directory) {
     QList<QUrl> urls;
-    urls.reserve(entries.size());
-    for (const QFileInfo &entry : entries)
-        urls << QUrl::fromLocalFile(entry.filePath());
+    for (const QString &entry :
+         KVFileName::entries(KVFileName::path(directory), KVFileName::Hidden::Skipped))
+        urls << KVFileName::url(entry);
     return urls;
 }
 
-void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, QStringList &undecodable,
-                        bool given) {
+void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given) {
     for (const QUrl &url : urls) {
-        const QFileInfo info(url.toLocalFile());
-        if (info.isDir() && info.isSymLink() && given) {
+        const QString path = KVFileName::path(url);
+        const bool isFolder = KVFileName::isFolder(path);
+        const bool isLink = KVFileName::isLink(path);
+        if (isFolder && isLink && given) {
             // A link the user gave is followed once, to the folder itself, so that its photos
             // have one path however they were reached.
-            const QString target = info.canonicalFilePath();
+            const QString target = KVFileName::canonical(path);
             if (!target.isEmpty())
-                walk(directoryContents(QUrl::fromLocalFile(target), undecodable), files,
-                     undecodable, false);
+                walk(directoryContents(KVFileName::url(target)), files, false);
             continue;
         }
         // A link met inside a folder is not a folder here: it is never entered, so a loop of
         // links cannot trap the walk.
-        if (info.isDir() && !info.isSymLink())
-            walk(directoryContents(url, undecodable), files, undecodable, false);
+        if (isFolder && !isLink)
+            walk(directoryContents(url), files, false);
         else
             files << url;
     }
@@ -191,10 +186,7 @@ void KVCameraSets::walk(const QList<QUrl> &urls, QList<QUrl> &files, QStringList
 void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary &dictionary,
                                  QList<QVariantMap> &notAdded) {
     QList<QUrl> files;
-    QStringList undecodable;
-    walk(urls, files, undecodable, true);
-    const QString undecodableReason =
-        tr("The file name is not valid UTF-8. Rename the file to add it.");
+    walk(urls, files, true);
 
     const QStringList &types = supportedFileTypes();
     struct Outcome {
@@ -205,12 +197,8 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
     // Reading the files is the slow part; it is spread over the processors, and the results
     // are filed afterwards in the order of the walk.
     KVParallelFor(files.size(), [&](size_t i) {
-        const QString path = files[i].toLocalFile();
+        const QString path = KVFileName::path(files[i]);
         Outcome &outcome = outcomes[i];
-        if (KVFileName::mayBeUndecodable(path)) {
-            outcome.reason = undecodableReason;
-            return;
-        }
         outcome.reason = tr("Unsupported file format.");
         // The name, in any case, says whether the file is worth reading; the reader then
         // decides by the content.
@@ -250,7 +238,7 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
             known.insert(file->path());
     }
     const auto refuse = [&notAdded](const QString &path, const QString &reason) {
-        notAdded << QVariantMap{{QStringLiteral("name"), QFileInfo(path).fileName()},
+        notAdded << QVariantMap{{QStringLiteral("name"), KVFileName::displayedName(path)},
                                 {QStringLiteral("path"), path},
                                 {QStringLiteral("error"), reason}};
     };
@@ -261,11 +249,8 @@ void KVCameraSets::addImageFiles(const QList<QUrl> &urls, KVCameraSetDictionary 
                 dictionary[outcome.file->fullCameraName()].push_back(outcome.file);
             continue;
         }
-        refuse(files[i].toLocalFile(), outcome.reason);
+        refuse(KVFileName::path(files[i]), outcome.reason);
     }
-    // Named as shown, with replacement characters: that says which file it is.
-    for (const QString &path : std::as_const(undecodable))
-        refuse(path, undecodableReason);
 }
 
 KVModelResult KVCameraSets::addedAndSortedImageFiles(const QList<QUrl> &urls,
@@ -282,7 +267,7 @@ KVCameraSets::removeInvalidImagesFromCameraSet(const KVCameraSetDictionary &dict
     for (const auto &[key, files] : dictionary) {
         std::vector<KVImageFileRef> kept;
         for (const KVImageFileRef &file : files) {
-            if (file->imageState() != KVImageStateRemoved && QFileInfo::exists(file->path()))
+            if (file->imageState() != KVImageStateRemoved && KVFileName::exists(file->path()))
                 kept.push_back(file);
         }
         // The key is made anew from the photo: a camera's identity may have been re-read.
@@ -369,7 +354,7 @@ void KVCameraSets::removeFiles() {
 void KVCameraSets::openFiles(const QStringList &paths) {
     QList<QUrl> urls;
     for (const QString &path : paths)
-        urls << QUrl::fromLocalFile(path);
+        urls << KVFileName::url(path);
     addNewFilesFromURLs(urls);
 }
 

@@ -117,10 +117,9 @@ private:
     void runModelOperation(std::function<KVModelResult(KVCameraSetDictionary)> work);
     KVCameraSetDictionary latestImageFiles() const;
     void installImageFiles(const KVCameraSetsRef &imageFiles);
-    // `undecodable` receives the entries whose names Qt cannot hold (see KVFileName).
-    static QList<QUrl> directoryContents(const QUrl &directory, QStringList &undecodable);
+    static QList<QUrl> directoryContents(const QUrl &directory);
     // `given`: the URLs are those the user gave, not a folder's contents.
-    void walk(const QList<QUrl> &urls, QList<QUrl> &files, QStringList &undecodable, bool given);
+    void walk(const QList<QUrl> &urls, QList<QUrl> &files, bool given);
 
     KVUserInterface *m_ui;
     KVCameraSetsOwner *m_owner;

@@ -3,6 +3,8 @@
 
 #include "KVFolderLocks.h"
 
+#include "KVFileName.h"
+
 #include <QCoreApplication>
 #include <QFile>
 
@@ -21,7 +23,7 @@ std::unique_ptr<KVFolderLocks> KVFolderLocks::acquire(const QStringList &photoPa
                                                       const std::function<bool()> &stop) {
     std::set<QByteArray> folders;
     for (const QString &path : photoPaths) {
-        const QByteArray native = QFile::encodeName(path);
+        const QByteArray native = KVFileName::encode(path);
         const qsizetype slash = native.lastIndexOf('/');
         if (slash >= 0)
             folders.insert(slash == 0 ? QByteArray("/") : native.left(slash));
@@ -45,7 +47,7 @@ std::unique_ptr<KVFolderLocks> KVFolderLocks::acquire(const QStringList &photoPa
                                  "KVFolderLocks",
                                  "Another run is changing the photos in %1. Try again when it "
                                  "has finished.")
-                                 .arg(QFile::decodeName(folder));
+                                 .arg(KVFileName::decode(folder));
                 return nullptr;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -3,6 +3,7 @@
 
 #include "KVImageFile.h"
 
+#include "KVFileName.h"
 #include "KVKeyPath.h"
 #include "KVDispatch.h"
 #include "KVFileCoordinator.h"
@@ -35,7 +36,7 @@ QString describe(const QVariantMap &exif) {
 
 KVImageFileRef KVImageFile::initWithURL(const QUrl &url, KVReadProblem *problem) {
     KVImageFileRef file(new KVImageFile);
-    file->m_path = url.toLocalFile();
+    file->m_path = KVFileName::path(url);
     if (const std::optional<KVPhotoIdentity> identity = KVPhotoWriter::identityOf(file->m_path)) {
         file->m_device = identity->device;
         file->m_inode = identity->inode;
@@ -71,7 +72,7 @@ std::optional<QVariantMap> KVImageFile::exifFromURL(const QUrl &url, KVReadProbl
     if (url.isEmpty())
         return std::nullopt;
     QVariantMap exif;
-    const QString path = url.toLocalFile();
+    const QString path = KVFileName::path(url);
     if (std::unique_ptr<KVImageSource> source = KVImageSource::createWithPath(path, problem)) {
         const std::optional<KVImageProperties> properties = source->copyPropertiesAtIndex0();
         if (problem)
@@ -137,13 +138,13 @@ size_t KVImageFile::hash() const {
 
 QUrl KVImageFile::url() const {
     const QString current = path();
-    return current.isEmpty() ? QUrl() : QUrl::fromLocalFile(current);
+    return current.isEmpty() ? QUrl() : KVFileName::url(current);
 }
 
 void KVImageFile::setUrl(const QUrl &url) {
     {
         std::lock_guard lock(m_propertyMutex);
-        m_path = url.toLocalFile();
+        m_path = KVFileName::path(url);
     }
     didChangeValueForKey(KVKeyPath::url);
 }
@@ -166,7 +167,7 @@ void KVImageFile::setIdentity(const KVPhotoIdentity &identity) {
 
 QString KVImageFile::name() const {
     const QString current = path();
-    return current.isEmpty() ? QString() : QFileInfo(current).fileName();
+    return current.isEmpty() ? QString() : KVFileName::displayedName(current);
 }
 
 QVariantMap KVImageFile::exif() const {
@@ -305,5 +306,5 @@ void KVImageFile::presentedItemDidMoveToPath(const QString &newPath) {
         }
         return;
     }
-    setUrl(QUrl::fromLocalFile(newPath));
+    setUrl(KVFileName::url(newPath));
 }

@@ -5,6 +5,7 @@
 
 #include "KVChildProcess.h"
 #include "KVDateTags.h"
+#include "KVFileName.h"
 #include "KVLog.h"
 
 #include <QCoreApplication>
@@ -223,7 +224,7 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
     // One that was cancelled, or has gone while it waited, is replaced.
     discardTool();
     auto started = std::make_unique<KVChildProcess>();
-    std::vector<std::string> arguments{QFile::encodeName(toolPath).toStdString(), "-stay_open",
+    std::vector<std::string> arguments{KVFileName::encode(toolPath).toStdString(), "-stay_open",
                                        "True", "-@", "-"};
     // A tool kept open waits for requests for ever, even once this process is gone (killed,
     // crashed): it is told to end with the thread that starts it. A process killed before the
@@ -231,10 +232,10 @@ KVChildProcess *KVPhotoWriter::Private::runningTool(QString *error) {
     // while this process is still its parent.
     static const QString deathSignal = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
     if (!deathSignal.isEmpty())
-        arguments.insert(arguments.begin(),
-                         {QFile::encodeName(deathSignal).toStdString(), "--pdeathsig", "KILL", "--",
-                          "/bin/sh", "-c", R"(test "$PPID" = "$1" || exit 70; shift; exec "$@")",
-                          "kalvora-tool", std::to_string(::getpid())});
+        arguments.insert(arguments.begin(), {KVFileName::encode(deathSignal).toStdString(),
+                                             "--pdeathsig", "KILL", "--", "/bin/sh", "-c",
+                                             R"(test "$PPID" = "$1" || exit 70; shift; exec "$@")",
+                                             "kalvora-tool", std::to_string(::getpid())});
     if (!started->start(arguments, true)) {
         *error = KVPhotoWriter::tr("The tool %1 could not be started.").arg(toolPath);
         return nullptr;
@@ -313,7 +314,7 @@ void KVPhotoWriter::reset() {
 
 std::optional<KVPhotoIdentity> KVPhotoWriter::identityOf(const QString &path) {
     struct stat info;
-    if (path.isEmpty() || ::lstat(QFile::encodeName(path).constData(), &info) != 0)
+    if (path.isEmpty() || ::lstat(KVFileName::encode(path).constData(), &info) != 0)
         return std::nullopt;
     return KVPhotoIdentity{path, info.st_dev, info.st_ino};
 }
@@ -392,14 +393,14 @@ KVPhotoWriter::Pending KVPhotoWriter::begin(const KVPhotoIdentity &identity, qin
     if (d->isCancelled())
         return cancelled();
 
-    const QByteArray nativePath = QFile::encodeName(identity.path);
+    const QByteArray nativePath = KVFileName::encode(identity.path);
     const qsizetype slash = nativePath.lastIndexOf('/');
     if (slash < 0 || slash == nativePath.size() - 1)
         return notChanged(tr("The photo has no usable path."));
     const QByteArray folder = slash == 0 ? QByteArray("/") : nativePath.left(slash);
     state.name = nativePath.mid(slash + 1).toStdString();
     const char *name = state.name.c_str();
-    const QString photoName = QFile::decodeName(name);
+    const QString photoName = KVFileName::decode(name);
 
     state.folderFd.reset(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!state.folderFd.isValid())
@@ -570,7 +571,7 @@ KVWriteOutcome KVPhotoWriter::finish(Pending pending) {
 
 void KVPhotoWriter::removeLeftovers(const QString &folder) {
     const Descriptor folderFd(
-        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        ::open(KVFileName::encode(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folderFd.isValid())
         return;
     DIR *listing = ::fdopendir(::dup(folderFd.get()));
@@ -578,7 +579,7 @@ void KVPhotoWriter::removeLeftovers(const QString &folder) {
         return;
     std::vector<std::string> names;
     while (const dirent *entry = ::readdir(listing)) {
-        if (isLeftoverName(QFile::decodeName(entry->d_name)))
+        if (isLeftoverName(KVFileName::decode(entry->d_name)))
             names.emplace_back(entry->d_name);
     }
     ::closedir(listing);
@@ -613,7 +614,7 @@ std::optional<QString> KVCheckRoomToWrite(const QStringList &photoPaths, int wor
     std::map<dev_t, Device> devices;
     for (const QString &path : photoPaths) {
         struct stat info;
-        if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        if (::stat(KVFileName::encode(path).constData(), &info) != 0)
             continue;
         Device &device = devices[info.st_dev];
         if (device.folder.isEmpty())
@@ -625,7 +626,7 @@ std::optional<QString> KVCheckRoomToWrite(const QStringList &photoPaths, int wor
         const qint64 copies = std::min(std::max(workers, 1), device.photos);
         const qint64 needed = device.largest * copies + kMargin;
         struct statvfs space;
-        if (::statvfs(QFile::encodeName(device.folder).constData(), &space) != 0)
+        if (::statvfs(KVFileName::encode(device.folder).constData(), &space) != 0)
             continue;
         const qint64 available = qint64(space.f_bavail) * qint64(space.f_frsize);
         if (available < needed)

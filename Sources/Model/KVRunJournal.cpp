@@ -3,6 +3,8 @@
 
 #include "KVRunJournal.h"
 
+#include "KVFileName.h"
+
 #include <QAtomicInt>
 #include <QDir>
 #include <QFile>
@@ -39,7 +41,7 @@ QString decimal(quint64 value) {
 bool makePrivateFolder(const QString &path) {
     if (!QDir().mkpath(path))
         return false;
-    const QByteArray native = QFile::encodeName(path);
+    const QByteArray native = KVFileName::encode(path);
     struct stat info;
     if (::lstat(native.constData(), &info) != 0)
         return false;
@@ -103,7 +105,7 @@ std::unique_ptr<KVRunJournal> KVRunJournal::create(KVRunKind kind,
     // Written and locked under a hidden name, then given its real one: no other process ever
     // sees the file unlocked before its run has ended.
     const QString hiddenPath = folderPath + QStringLiteral("/.") + id;
-    const QByteArray nativeHidden = QFile::encodeName(hiddenPath);
+    const QByteArray nativeHidden = KVFileName::encode(hiddenPath);
     const int fd = ::open(nativeHidden.constData(),
                           O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd == -1) {
@@ -135,7 +137,7 @@ std::unique_ptr<KVRunJournal> KVRunJournal::create(KVRunKind kind,
     const bool written = writeAll(fd, text) && ::fdatasync(fd) == 0;
     const int savedErrno = errno;
     if (!written ||
-        ::rename(nativeHidden.constData(), QFile::encodeName(filePath).constData()) != 0) {
+        ::rename(nativeHidden.constData(), KVFileName::encode(filePath).constData()) != 0) {
         if (error)
             *error = QStringLiteral("Could not write the journal %1: %2")
                          .arg(filePath, errorText(written ? errno : savedErrno));
@@ -144,7 +146,7 @@ std::unique_ptr<KVRunJournal> KVRunJournal::create(KVRunKind kind,
     }
     // The new name is durable too, or a crash could lose the whole journal.
     const int folderFd =
-        ::open(QFile::encodeName(folderPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ::open(KVFileName::encode(folderPath).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folderFd != -1) {
         ::fsync(folderFd);
         ::close(folderFd);
@@ -153,7 +155,7 @@ std::unique_ptr<KVRunJournal> KVRunJournal::create(KVRunKind kind,
 }
 
 std::unique_ptr<KVRunJournal> KVRunJournal::takeOver(const KVRunRecord &record) {
-    const int fd = ::open(QFile::encodeName(record.filePath).constData(),
+    const int fd = ::open(KVFileName::encode(record.filePath).constData(),
                           O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
     if (fd == -1)
         return nullptr;

@@ -3,6 +3,7 @@
 
 #include "KVRunRecord.h"
 
+#include "KVFileName.h"
 #include "KVRunJournal.h"
 
 #include <QCoreApplication>
@@ -198,7 +199,7 @@ std::vector<KVRunRecord> KVRunRecord::interrupted() {
 
 bool KVRunRecord::isLocked() const {
     const int fd =
-        ::open(QFile::encodeName(filePath).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+        ::open(KVFileName::encode(filePath).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd == -1)
         return false;
     const bool locked = ::flock(fd, LOCK_SH | LOCK_NB) != 0;

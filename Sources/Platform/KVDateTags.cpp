@@ -3,6 +3,7 @@
 
 #include "KVDateTags.h"
 
+#include "KVFileName.h"
 #include "KVImageSource.h"
 
 #include <QDateTime>
@@ -69,7 +70,7 @@ std::optional<KVDateTags> KVDateTags::read(const QString &path) {
     KVImageSource::initializeLibraries();
     try {
         Exiv2::Image::AutoPtr image =
-            Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString(), false);
+            Exiv2::ImageFactory::open(KVFileName::encode(path).toStdString(), false);
         if (!image.get())
             return std::nullopt;
         image->readMetadata();

@@ -4,16 +4,14 @@
 #include "KVFileCoordinator.h"
 
 #include "KVBaseOperationQueue.h"
+#include "KVFileName.h"
 #include "KVInotifyWatcher.h"
 #include "KVInvocationOperation.h"
 #include "KVLog.h"
 #include "KVWatchedFolders.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
-#include <QUrl>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,6 +19,7 @@
 #include <cstring>
 #include <mutex>
 #include <deque>
+#include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -53,7 +52,7 @@ struct FileIdentity {
 
 FileIdentity identityOf(const QString &path) {
     struct stat info {};
-    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
+    if (::lstat(KVFileName::encode(path).constData(), &info) != 0)
         return {};
     return {info.st_dev, info.st_ino};
 }
@@ -61,8 +60,7 @@ FileIdentity identityOf(const QString &path) {
 QString normalizedPath(const QString &path) {
     if (path.isEmpty())
         return {};
-    return QDir::cleanPath(QDir::isAbsolutePath(path) ? path
-                                                      : QDir::current().absoluteFilePath(path));
+    return KVFileName::absolute(path);
 }
 
 // The folder part of a normalized path ("/" for a file at the root).
@@ -311,11 +309,11 @@ void Coordinator::updateTrashLocked() {
         QString trashFolder;
         QString ancestorFolder;
         if (!m_trashLocation.isEmpty()) {
-            if (QFileInfo(m_trashLocation).isDir()) {
+            if (KVFileName::isFolder(m_trashLocation)) {
                 trashFolder = m_trashLocation;
             } else {
                 QString candidate = folderOf(m_trashLocation);
-                while (candidate != QLatin1String("/") && !QFileInfo(candidate).isDir())
+                while (candidate != QLatin1String("/") && !KVFileName::isFolder(candidate))
                     candidate = folderOf(candidate);
                 ancestorFolder = candidate;
             }
@@ -342,18 +340,24 @@ void Coordinator::updateTrashLocked() {
 void Coordinator::recoverTrashItemsLocked(const QString &trash) {
     const QString infoFolder = folderOf(trash) + QStringLiteral("/info");
     const Clock::time_point until = Clock::now() + kRecoveryWindow;
-    QDirIterator items(trash,
-                       QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    for (int count = 0; items.hasNext() && count < kRecoveryScanLimit; ++count) {
-        const QString item = items.next();
-        QFile info(joinPath(infoFolder, nameOf(item) + QStringLiteral(".trashinfo")));
-        if (!info.open(QIODevice::ReadOnly))
+    const QStringList items = KVFileName::entries(trash, KVFileName::Hidden::Included);
+    for (int count = 0; count < items.size() && count < kRecoveryScanLimit; ++count) {
+        const QString &item = items[count];
+        const QString infoPath = joinPath(infoFolder, nameOf(item) + QStringLiteral(".trashinfo"));
+        const int infoFd = ::open(KVFileName::encode(infoPath).constData(), O_RDONLY | O_CLOEXEC);
+        QFile info;
+        if (infoFd < 0 || !info.open(infoFd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+            if (infoFd >= 0)
+                ::close(infoFd);
             continue;
+        }
         const QList<QByteArray> lines = info.read(64 * 1024).split('\n');
         for (const QByteArray &line : lines) {
             if (!line.startsWith("Path="))
                 continue;
-            const QString original = QUrl::fromPercentEncoding(line.mid(5).trimmed());
+            // The bytes of the path, percent-encoded: a name need not be UTF-8.
+            const QString original =
+                KVFileName::decode(QByteArray::fromPercentEncoding(line.mid(5).trimmed()));
             if (QDir::isAbsolutePath(original))
                 m_recovered[QDir::cleanPath(original)] = RecoveredTrashItem{item, until};
             break;
@@ -382,7 +386,7 @@ void Coordinator::expirePendingLocked(Clock::time_point now, std::vector<Deliver
             const QString trashPath = recovered->second.trashPath;
             m_recovered.erase(recovered);
             // Only if the item is still in the Trash under the name it had.
-            if (QFileInfo::exists(trashPath))
+            if (KVFileName::exists(trashPath))
                 movePresentersLocked(source, trashPath, deliveries);
         }
         pending = m_pending.erase(pending);
@@ -427,10 +431,9 @@ QString Coordinator::findMovedFileLocked(const QString &source) const {
                                  joinPath(top, ".Trash/" + uid + "/files")};
     int scanned = 0;
     for (const QString &trash : trashes) {
-        QDirIterator items(trash,
-                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-        while (items.hasNext() && scanned++ < kMovedFileScanLimit) {
-            const QString item = items.next();
+        for (const QString &item : KVFileName::entries(trash, KVFileName::Hidden::Included)) {
+            if (scanned++ >= kMovedFileScanLimit)
+                break;
             if (identityOf(item) == identity)
                 return item;
         }
@@ -441,14 +444,12 @@ QString Coordinator::findMovedFileLocked(const QString &source) const {
     while (!folders.empty() && scanned < kMovedFileScanLimit) {
         const auto [folder, depth] = folders.front();
         folders.pop_front();
-        QDirIterator entries(folder,
-                             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-        while (entries.hasNext() && scanned++ < kMovedFileScanLimit) {
-            const QString entry = entries.next();
-            const QFileInfo info = entries.fileInfo();
-            if (info.isSymLink())
+        for (const QString &entry : KVFileName::entries(folder, KVFileName::Hidden::Included)) {
+            if (scanned++ >= kMovedFileScanLimit)
+                break;
+            if (KVFileName::isLink(entry))
                 continue;
-            if (info.isDir()) {
+            if (KVFileName::isFolder(entry)) {
                 if (depth < kMovedFileScanDepth)
                     folders.push_back({entry, depth + 1});
             } else if (identityOf(entry) == identity) {
@@ -614,7 +615,7 @@ bool isTrashPath(const QString &path) {
 
 QString trashFilesPath() {
     const QString location = trashFilesLocation();
-    return QFileInfo(location).isDir() ? location : QString();
+    return KVFileName::isFolder(location) ? location : QString();
 }
 
 } // namespace KVFileCoordinator

@@ -6,21 +6,48 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
-// File names as the file system keeps them: bytes, which Qt can only hold as text when they
-// are valid UTF-8. Qt's directory listings leave out every other name without a word (a Latin-1
-// name from an old card), and such a name cannot be turned back into its bytes, so no Qt call
-// can open that file.
+// Paths as the file system keeps them: bytes, which need not be UTF-8 (a Latin-1 name written by
+// an old card). Qt turns such bytes into replacement characters, which name no file, and skips
+// such entries in its listings. Kalvora holds a path as text in which each byte that is not part
+// of valid UTF-8 stands as one of the code points U+DC80 to U+DCFF, which valid UTF-8 never
+// yields: the text gives back the exact bytes, and every valid name is its usual text. Every
+// call that reaches the file system goes through `encode`; no Qt file class sees such a path.
 namespace KVFileName {
-// Whether Qt's text for `name` gives back exactly these bytes.
-bool isDecodable(const QByteArray &name);
-// The entries of `folder` that Qt's listing leaves out because their names are not valid
-// UTF-8, hidden ones (starting with a dot) aside, in the order of their bytes: each as the
-// folder's path and the name shown with replacement characters. Empty when there is none or
-// the folder cannot be read.
-QStringList undecodableEntries(const QString &folder);
-// Whether `path`, which does not exist, may stand for a name that was not valid UTF-8 when it
-// reached the program (from a command line or a drop) and was shown with replacement
-// characters on the way.
-bool mayBeUndecodable(const QString &path);
+// The text of file system bytes; `encode` gives the same bytes back.
+QString decode(const QByteArray &bytes);
+// The file system bytes of a path made by `decode` (or of any other text, as UTF-8).
+QByteArray encode(const QString &path);
+// Whether the bytes are valid UTF-8, that is whether Qt's own text for them is exact.
+bool isDecodable(const QByteArray &bytes);
+// The path as a person reads it: each byte that is not UTF-8 shown as a replacement character.
+QString displayed(const QString &path);
+// The last component of a path, as a person reads it.
+QString displayedName(const QString &path);
+
+// A file URL of the path's bytes ("%E9" for a Latin-1 "é"), as file managers write them.
+QUrl url(const QString &path);
+// The path of a local file URL, byte for byte, whether it came from `url`, from
+// QUrl::fromLocalFile or from another program. Empty for other URLs.
+QString path(const QUrl &url);
+// The program's arguments after the program's name, byte for byte. Call it after the
+// application object has taken out the options it handles.
+QStringList arguments(int argc, const char *const *argv);
+// An absolute, clean path: relative ones are taken from the current folder.
+QString absolute(const QString &path);
+// The path with every link and "." or ".." resolved, or empty when it does not exist.
+QString canonical(const QString &path);
+
+// What a path names, following links as opening it would.
+bool exists(const QString &path);
+bool isFile(const QString &path);
+bool isFolder(const QString &path);
+// Whether the path itself is a link.
+bool isLink(const QString &path);
+
+// The paths of the entries of `folder` in the order of their names, "." and ".." aside, hidden
+// ones (starting with a dot) only when asked for. Empty when the folder cannot be read.
+enum class Hidden { Skipped, Included };
+QStringList entries(const QString &folder, Hidden hidden);
 } // namespace KVFileName

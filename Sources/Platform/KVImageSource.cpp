@@ -4,6 +4,7 @@
 #include "KVImageSource.h"
 
 #include "KVExifProperties.h"
+#include "KVFileName.h"
 #include "KVImageOrientation.h"
 #include "KVParseDeadline.h"
 #include "KVRawReader.h"
@@ -12,10 +13,13 @@
 
 #include <QBuffer>
 #include <QFile>
-#include <QFileInfo>
 #include <QImageReader>
 
 #include <exiv2/exiv2.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <exception>
@@ -139,8 +143,18 @@ private:
 std::optional<QByteArray> readOwned(const QString &path) {
     // Far beyond any photo; QByteArray and Exiv2's long offsets stay within their range.
     constexpr qint64 maximumSize = qint64(1) << 31;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumSize)
+    // Not blocking: a pipe put in the photo's place must not stall the reader.
+    const int fd = ::open(KVFileName::encode(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return std::nullopt;
+    struct stat info {};
+    QFile file;
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
+        !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return std::nullopt;
+    }
+    if (file.size() > maximumSize)
         return std::nullopt;
     // As many bytes as the file has now: reading up to the maximum would allocate all of it
     // for every photo. A file that grows meanwhile is read as it was; one that shrinks, shorter.
@@ -400,7 +414,7 @@ std::unique_ptr<KVImageSource> KVImageSource::createWithPath(const QString &path
                                                              KVReadProblem *problem) {
     if (problem)
         *problem = KVReadProblem::None;
-    if (path.isEmpty() || !QFileInfo(path).isFile())
+    if (!KVFileName::isFile(path))
         return nullptr;
     std::optional<QByteArray> bytes = readOwned(path);
     if (!bytes)

@@ -3,6 +3,8 @@
 
 #include "KVInotifyWatcher.h"
 
+#include "KVFileName.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -48,7 +50,7 @@ int KVInotifyWatcher::addWatch(const QString &path, uint32_t mask) {
         errno = EBADF;
         return -1;
     }
-    return inotify_add_watch(m_inotifyFd, QFile::encodeName(path).constData(), mask);
+    return inotify_add_watch(m_inotifyFd, KVFileName::encode(path).constData(), mask);
 }
 
 void KVInotifyWatcher::removeWatch(int wd) {
@@ -74,7 +76,8 @@ bool KVInotifyWatcher::readEvents(std::vector<KVInotifyEvent> &events) {
             event.mask = raw->mask;
             event.cookie = raw->cookie;
             if (raw->len > 0)
-                event.name = QFile::decodeName(QByteArray(raw->name, strnlen(raw->name, raw->len)));
+                event.name =
+                    KVFileName::decode(QByteArray(raw->name, strnlen(raw->name, raw->len)));
             events.push_back(std::move(event));
             offset += static_cast<ssize_t>(sizeof(struct inotify_event) + raw->len);
         }

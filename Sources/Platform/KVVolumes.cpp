@@ -4,6 +4,7 @@
 #include "KVVolumes.h"
 
 #include "KVDispatch.h"
+#include "KVFileName.h"
 
 #include <QFile>
 #include <QSet>
@@ -35,7 +36,7 @@ QString unescapeMountPath(const QByteArray &field) {
         }
         path += field[i];
     }
-    return QFile::decodeName(path);
+    return KVFileName::decode(path);
 }
 
 bool isHiddenVolume(const QString &path, const QString &type) {
@@ -155,13 +156,13 @@ std::vector<KVMountedVolume> mountedVolumes() {
 
 std::optional<qint64> freeSize(const QString &path) {
     struct statvfs info {};
-    if (::statvfs(QFile::encodeName(path).constData(), &info) != 0)
+    if (::statvfs(KVFileName::encode(path).constData(), &info) != 0)
         return std::nullopt;
     return qint64(info.f_bavail) * qint64(info.f_frsize);
 }
 
 bool isWritable(const QString &path) {
-    return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0;
+    return ::faccessat(AT_FDCWD, KVFileName::encode(path).constData(), W_OK, AT_EACCESS) == 0;
 }
 
 void setUnmountHandler(std::function<void(const QString &devicePath)> handler) {

@@ -3,6 +3,7 @@
 
 #include "KVWatchedFolders.h"
 
+#include "KVFileName.h"
 #include "KVInotifyWatcher.h"
 
 #include <QFile>
@@ -26,7 +27,7 @@ QString parentOf(const QString &folder) {
 }
 
 bool statFolder(const QString &path, struct stat *info) {
-    return stat(QFile::encodeName(path).constData(), info) == 0 && S_ISDIR(info->st_mode);
+    return stat(KVFileName::encode(path).constData(), info) == 0 && S_ISDIR(info->st_mode);
 }
 
 } // namespace

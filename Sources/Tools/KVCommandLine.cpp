@@ -3,6 +3,7 @@
 
 #include "KVCommandLine.h"
 
+#include "KVFileName.h"
 #include "KVRunProgress.h"
 #include "KVRunRecovery.h"
 #include "KVWallClock.h"
@@ -27,7 +28,7 @@ KVCommandLine::KVCommandLine()
 void KVCommandLine::addPaths(const QStringList &paths) {
     QStringList absolute;
     for (const QString &path : paths)
-        absolute << QFileInfo(path).absoluteFilePath();
+        absolute << KVFileName::absolute(path);
     const int reloadsBefore = m_ui.browserReloadCount();
     model().openFiles(absolute);
     // The result is installed on this thread, so the loop only has to run until it arrives;
@@ -75,7 +76,8 @@ QString KVCommandLine::offsetText(double seconds) {
 }
 
 void KVCommandLine::print(std::FILE *stream, const QString &text) {
-    std::fputs(text.toUtf8().constData(), stream);
+    // A name that is not UTF-8 is shown as a terminal shows its bytes: replacement characters.
+    std::fputs(KVFileName::displayed(text).toUtf8().constData(), stream);
 }
 
 std::optional<int> KVCommandLine::refuseWhileInterrupted(bool changesPhotos) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "KVCommandLine.h"
+#include "KVFileName.h"
 
 #include "KVCameraOffsetMemory.h"
 #include "KVRunProgress.h"
@@ -39,13 +40,13 @@ std::optional<SyncOptions> parseOptions(const QStringList &arguments) {
         if (takesValue && i + 1 >= arguments.size())
             return std::nullopt;
         if (argument == QLatin1String("--reference")) {
-            options.reference = QFileInfo(arguments.at(++i)).absoluteFilePath();
+            options.reference = KVFileName::absolute(arguments.at(++i));
         } else if (argument == QLatin1String("--base")) {
             options.base = KVWallClock::fromExifText(arguments.at(++i));
             if (!options.base.isValid())
                 return std::nullopt;
         } else if (argument == QLatin1String("--match")) {
-            options.matches << QFileInfo(arguments.at(++i)).absoluteFilePath();
+            options.matches << KVFileName::absolute(arguments.at(++i));
         } else if (argument == QLatin1String("--suggested")) {
             options.suggested = true;
         } else if (argument == QLatin1String("--dry-run")) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 #include "KVCommandLine.h"
+#include "KVFileName.h"
 #include "KVTranslations.h"
 
 #include <QCoreApplication>
@@ -50,7 +51,7 @@ int main(int argc, char **argv) {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Kalvora"));
     KVTranslations::install(application);
-    QStringList arguments = QCoreApplication::arguments().mid(1);
+    QStringList arguments = KVFileName::arguments(argc, argv);
     const QString command = arguments.isEmpty() ? QString() : arguments.takeFirst();
     int status = 2;
     if (command == QLatin1String("list"))

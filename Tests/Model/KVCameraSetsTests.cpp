@@ -3,6 +3,7 @@
 
 #include "KVCameraSets.h"
 
+#include "KVFileName.h"
 #include "KVHeadlessUserInterface.h"
 #include "KVParseDeadline.h"
 #include "KVTestExif.h"
@@ -17,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include <sys/stat.h>
@@ -43,7 +45,7 @@ protected:
         for (const auto &report : m_ui.fileReports()) {
             for (const QVariantMap &record : report.records) {
                 EXPECT_EQ(record.value("name").toString(),
-                          QFileInfo(record.value("path").toString()).fileName());
+                          KVFileName::displayedName(record.value("path").toString()));
                 reasons.insert(record.value("name").toString(), record.value("error").toString());
             }
         }
@@ -254,9 +256,9 @@ TEST_F(KVCameraSetsTest, BrokenAndStrippedFilesAreRefusedWithAReasonNeverACrash)
               "The file is damaged: it declares a larger picture than it holds.");
 }
 
-// Names written by an old card in Latin-1 are not valid UTF-8: Qt's listing leaves them out, and
-// Qt cannot open them. Each is reported by name, with replacement characters, never dropped.
-TEST_F(KVCameraSetsTest, NamesThatAreNotUtf8AreReportedNeverDropped) {
+// Names written by an old card in Latin-1 are not valid UTF-8: they are kept byte for byte, in a
+// folder of such a name too, read like any other, and shown with replacement characters.
+TEST_F(KVCameraSetsTest, NamesThatAreNotUtf8AreReadAndKeptByteForByte) {
     const QString folder = m_folder.path() + "/card";
     const QStringList copies = KVTest::copySamples(
         {"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg", "cameras/Pentax_K10D.jpg"}, folder);
@@ -278,24 +280,30 @@ TEST_F(KVCameraSetsTest, NamesThatAreNotUtf8AreReportedNeverDropped) {
     ASSERT_EQ(::rename(QFile::encodeName(copies[0]), hidden), 0);
     KVTest::copySamples({"cameras/Canon_40D.jpg"}, folder);
 
-    // The folder, and such a name given as it reaches the program from a command line.
-    add({folder, QString::fromLocal8Bit(latin1)});
-    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 1);
-    EXPECT_EQ(paths(0), QStringList({"Canon_40D.jpg"}));
-    QStringList reported;
-    for (const auto &report : m_ui.fileReports()) {
-        for (const QVariantMap &record : report.records)
-            reported << record.value("path").toString().mid(folder.size()) + ": " +
-                            record.value("error").toString();
+    // The folder, and the same photo given by its bytes as a command line gives it.
+    add({folder, KVFileName::decode(latin1)});
+    EXPECT_TRUE(m_ui.fileReports().empty());
+    ASSERT_EQ(m_model.numberOfCamerasInBrowser(), 3);
+    QList<QByteArray> native;
+    QStringList shown;
+    for (int camera = 0; camera < 3; ++camera) {
+        for (const KVImageFileRef &file : m_model.imagesForCameraWithIndex(camera)) {
+            native << KVFileName::encode(file->path());
+            shown << file->name();
+            EXPECT_FALSE(file->thumbnailData().isNull()) << qPrintable(file->name());
+        }
     }
-    const QString reason = ": The file name is not valid UTF-8. Rename the file to add it.";
-    reported.sort();
-    EXPECT_EQ(reported.join('\n').toStdString(),
-              QStringList({QStringLiteral("/Gr\uFFFD\uFFFDe") + reason,
-                           QStringLiteral("/Hochzeit_\uFFFD.jpg") + reason,
-                           QStringLiteral("/Hochzeit_\uFFFD.jpg") + reason})
-                  .join('\n')
-                  .toStdString());
+    std::sort(native.begin(), native.end());
+    EXPECT_EQ(native,
+              QList<QByteArray>({bytes + "/Canon_40D.jpg", latin1Folder + "/Torte.jpg", latin1}));
+    shown.sort();
+    EXPECT_EQ(shown,
+              QStringList({"Canon_40D.jpg", QStringLiteral("Hochzeit_\uFFFD.jpg"), "Torte.jpg"}));
+
+    // Gone is gone, by its bytes: the check that removes vanished photos finds the others.
+    ASSERT_EQ(::unlink(latin1), 0);
+    m_model.reloadModel();
+    ASSERT_TRUE(KVTest::waitFor([&] { return m_model.numberOfCamerasInBrowser() == 2; }));
 }
 
 // Two drops in quick succession, a second launch handing over files, a reload between them:

@@ -4,11 +4,13 @@
 #include "KVFileCoordinator.h"
 
 #include "KVBaseOperationQueue.h"
+#include "KVFileName.h"
 #include "KVTestSupport.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrl>
@@ -16,6 +18,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
 #include <sys/mount.h>
 #include <unistd.h>
 #include <memory>
@@ -68,7 +72,7 @@ private:
 using PresenterRef = std::shared_ptr<RecordingPresenter>;
 
 bool mv(const QString &from, const QString &to) {
-    return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+    return ::rename(KVFileName::encode(from).constData(), KVFileName::encode(to).constData()) == 0;
 }
 
 void expectMoves(const PresenterRef &presenter, const QStringList &expected) {
@@ -100,16 +104,28 @@ protected:
         return path;
     }
 
+    // Made by their bytes: names need not be UTF-8.
+    static bool create(const QString &path, const QByteArray &content = {}) {
+        const int fd = ::open(KVFileName::encode(path).constData(),
+                              O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        const bool written =
+            fd >= 0 && ::write(fd, content.constData(), content.size()) == content.size();
+        if (fd >= 0)
+            ::close(fd);
+        return written;
+    }
+
     static void writeTrashInfo(const QString &trash, const QString &name, const QString &origin) {
-        QFile info(trash + u"/info/"_s + name + u".trashinfo"_s);
-        ASSERT_TRUE(QDir().mkpath(trash + u"/info"_s) && info.open(QIODevice::WriteOnly));
-        info.write("[Trash Info]\nPath=" + QUrl::toPercentEncoding(origin, "/") +
-                   "\nDeletionDate=2024-01-01T10:00:00\n");
+        ASSERT_TRUE(QDir().mkpath(trash + u"/info"_s));
+        ASSERT_TRUE(
+            create(trash + u"/info/"_s + name + u".trashinfo"_s,
+                   "[Trash Info]\nPath=" + KVFileName::encode(origin).toPercentEncoding("/") +
+                       "\nDeletionDate=2024-01-01T10:00:00\n"));
     }
 
     // Creates the file and registers a presenter, unregistered in TearDown.
     PresenterRef presenterFor(const QString &path, bool unregisterWhenCalled = false) {
-        EXPECT_TRUE(QFile(path).open(QIODevice::WriteOnly)) << path.toStdString();
+        EXPECT_TRUE(create(path)) << KVFileName::displayed(path).toStdString();
         auto presenter = std::make_shared<RecordingPresenter>(path, unregisterWhenCalled);
         KVFileCoordinator::addFilePresenter(presenter);
         m_presenters.push_back(presenter);
@@ -172,6 +188,45 @@ TEST_F(KVFileCoordinatorTest, MovesToUnwatchedFoldersAndAnotherVolumesTrashAreFo
     for (const PresenterRef &presenter : m_presenters)
         KVFileCoordinator::removeFilePresenter(presenter.get());
     EXPECT_EQ(::umount2(QFile::encodeName(volume).constData(), MNT_DETACH), 0);
+}
+
+// Latin-1 names from an old card: an item put in a Trash that was not yet watched, a rename, a
+// move to a folder nobody watches and one into the Trash are all followed by the names' bytes.
+TEST_F(KVFileCoordinatorTest, NamesThatAreNotUtf8AreFollowedByTheirBytes) {
+    // Qt cannot remove what it cannot list.
+    const auto cleanUp = qScopeGuard(
+        [&] { std::filesystem::remove_all(KVFileName::encode(m_root.path()).toStdString()); });
+    const auto latin1 = [](const QString &folder, const char *name) {
+        return folder + u'/' + KVFileName::decode(name);
+    };
+    ASSERT_TRUE(QDir(m_dataHome + u"/Trash"_s).removeRecursively());
+    const QString elsewhere = folder(u"elsewhere"_s);
+    const PresenterRef trashed = presenterFor(latin1(m_photos, "Gr\xfc\xdf"
+                                                               "e.jpg"));
+    const PresenterRef renamed = presenterFor(latin1(m_photos, "Braut_\xe4.jpg"));
+    const PresenterRef moved = presenterFor(latin1(m_photos, "Kuchen_\xf6.jpg"));
+
+    const QString staging = folder(u"staging/Trash"_s);
+    folder(staging + u"/files"_s);
+    writeTrashInfo(staging,
+                   KVFileName::decode("Gr\xfc\xdf"
+                                      "e.jpg"),
+                   latin1(m_photos, "Gr\xfc\xdf"
+                                    "e.jpg"));
+    ASSERT_TRUE(mv(trashed->presentedItemPath(), latin1(staging + u"/files"_s, "Gr\xfc\xdf"
+                                                                               "e.jpg")));
+    ASSERT_TRUE(mv(staging, m_dataHome + u"/Trash"_s));
+    expectMoves(trashed, {latin1(m_trash, "Gr\xfc\xdf"
+                                          "e.jpg")});
+
+    ASSERT_TRUE(mv(renamed->presentedItemPath(), latin1(m_photos, "Braut_\xe4 2.jpg")));
+    expectMoves(renamed, {latin1(m_photos, "Braut_\xe4 2.jpg")});
+    ASSERT_TRUE(mv(moved->presentedItemPath(), latin1(elsewhere, "Kuchen_\xf6.jpg")));
+    expectMoves(moved, {latin1(elsewhere, "Kuchen_\xf6.jpg")});
+    ASSERT_TRUE(mv(renamed->presentedItemPath(), latin1(m_trash, "Braut_\xe4 2.jpg")));
+    expectMoves(renamed,
+                {latin1(m_photos, "Braut_\xe4 2.jpg"), latin1(m_trash, "Braut_\xe4 2.jpg")});
+    EXPECT_TRUE(KVFileCoordinator::isTrashPath(renamed->presentedItemPath()));
 }
 
 // Each case ends in a rename that would reach the presenter if it were still wrongly indexed.

@@ -3,6 +3,7 @@
 
 #include "KVTestExif.h"
 
+#include "KVFileName.h"
 #include "KVTestSupport.h"
 
 #include <QDateTime>
@@ -17,7 +18,8 @@ namespace KVTest {
 
 bool writeExif(const QString &path, const QMap<QString, QString> &values) {
     try {
-        Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path.toStdString());
+        Exiv2::Image::AutoPtr image =
+            Exiv2::ImageFactory::open(KVFileName::encode(path).toStdString());
         image->readMetadata();
         Exiv2::ExifData &exif = image->exifData();
         for (auto it = values.begin(); it != values.end(); ++it) {
@@ -37,7 +39,8 @@ bool writeExif(const QString &path, const QMap<QString, QString> &values) {
 
 QString readExif(const QString &path, const QString &key) {
     try {
-        Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(path.toStdString());
+        Exiv2::Image::AutoPtr image =
+            Exiv2::ImageFactory::open(KVFileName::encode(path).toStdString());
         image->readMetadata();
         const Exiv2::ExifData &exif = image->exifData();
         auto found = exif.findKey(Exiv2::ExifKey(key.toStdString()));

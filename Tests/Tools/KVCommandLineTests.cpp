@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include "KVFileName.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
 
@@ -14,8 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <unistd.h>
@@ -120,28 +119,40 @@ TEST(KVCommandLine, SyncMarksLikeClicksPrintsTheOffsetsAndShiftsTheMatchedCamera
         EXPECT_EQ(cli(usage).status, 2) << qPrintable(usage.join(' '));
 }
 
-// A Latin-1 name from an old card is listed among the refused files by a shift of its folder,
-// and its photo is left byte for byte as it was while the others are shifted.
-TEST(KVCommandLine, AShiftReportsANameThatIsNotUtf8AndLeavesItsPhotoAlone) {
+// A Latin-1 name from an old card is kept as its bytes from the walk to the tool and back: the
+// photo is shifted and undone exactly, and named by its bytes on a command line too.
+TEST(KVCommandLine, ANameThatIsNotUtf8IsShiftedAndUndoneByItsBytes) {
     QTemporaryDir folder;
-    const QStringList copies =
-        KVTest::copySamples({"cameras/Canon_40D.jpg", "cameras/Nikon_D70.jpg"}, folder.path());
+    const QStringList copies = KVTest::makeDatedPhotos(folder.path(), 2);
     const QByteArray latin1 = QFile::encodeName(folder.path()) + "/Hochzeit_\xe4.jpg";
     const auto cleanUp = qScopeGuard([&] { ::unlink(latin1); });
-    const QByteArray original = KVTest::readFile(copies[1]);
     ASSERT_EQ(::rename(QFile::encodeName(copies[1]), latin1), 0);
+    const QString photo = KVFileName::decode(latin1);
+    const auto before = KVTest::dateTags({copies[0], photo});
+    ASSERT_EQ(before[photo], QStringList(3, "2024:06:01 12:01:00"));
 
-    const Result result = cli({"shift", "--seconds", "60", "--json", folder.path()});
-    EXPECT_EQ(result.status, 0);
-    const QJsonObject root = QJsonDocument::fromJson(result.output).object();
-    const QJsonArray refused = root["refused"].toArray();
-    ASSERT_EQ(refused.size(), 1) << result.output.toStdString();
-    EXPECT_EQ(refused[0]["name"].toString(), QStringLiteral("Hochzeit_\uFFFD.jpg"));
-    EXPECT_EQ(refused[0]["error"].toString(),
-              "The file name is not valid UTF-8. Rename the file to add it.");
-    EXPECT_EQ(KVTest::readExif(copies[0], dateKey), "2008:05:30 15:57:01");
+    const Result shift = cli({"shift", "--seconds", "60", "--json", folder.path()});
+    EXPECT_EQ(shift.status, 0) << shift.output.toStdString();
+    const QJsonObject root = QJsonDocument::fromJson(shift.output).object();
+    EXPECT_TRUE(root["refused"].toArray().isEmpty()) << shift.output.toStdString();
+    // JSON keeps the byte as an escaped lone surrogate, which decodes to the same bytes.
+    QList<QByteArray> changed;
+    for (const QJsonValue &entry : root["changed"].toArray())
+        changed << KVFileName::encode(entry["path"].toString());
+    EXPECT_TRUE(changed.contains(latin1)) << shift.output.toStdString();
+    EXPECT_EQ(KVTest::dateTags({copies[0], photo}), KVTest::shiftedDateTags(before, 60));
 
-    std::ifstream stream(latin1.constData(), std::ios::binary);
-    const std::string after((std::istreambuf_iterator<char>(stream)), {});
-    EXPECT_TRUE(after == original.toStdString());
+    // Named by its bytes, as a shell passes a name it cannot show; the text shows U+FFFD.
+    QByteArray listed;
+    const QString line =
+        QString("LANGUAGE= LC_ALL=C.UTF-8 LANG=C.UTF-8 exec \"$0\" list \"$(printf "
+                "'%s/Hochzeit_\\344.jpg' \"$1\")\" 2>/dev/null");
+    ASSERT_EQ(KVTest::runProgram("/bin/sh", {"-c", line, KALVORA_CLI, folder.path()}, &listed), 0);
+    EXPECT_TRUE(QString::fromUtf8(listed).contains(QStringLiteral("Hochzeit_\uFFFD.jpg")))
+        << listed.toStdString();
+    EXPECT_FALSE(listed.contains("p00.jpg")) << listed.toStdString();
+
+    const Result undo = cli({"undo", "--json"});
+    EXPECT_EQ(undo.status, 0) << undo.output.toStdString();
+    EXPECT_EQ(KVTest::dateTags({copies[0], photo}), before);
 }

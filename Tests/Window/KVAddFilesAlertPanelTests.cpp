@@ -53,16 +53,19 @@ TEST(KVAddFilesAlertPanel, RowsShowNamePathAndReasonAndRunModalAnswersOne) {
     std::unique_ptr<KVAddFilesAlertPanel> panel = KVAddFilesAlertPanel::alertPanel();
     QVariantList entries(kRecords.begin(), kRecords.end());
     entries << QVariantMap{{"path", "/shoot/no name.nef"}} << QUrl::fromLocalFile("/shoot/url.jpg")
-            << 42 << QVariant();
+            << 42 << QVariant() << QUrl::fromEncoded("file:///shoot/Notiz_%E4.txt");
     panel->setDetailsInfoFromArray(entries);
     const QStandardItemModel &rows = panel->tableArray();
-    ASSERT_EQ(rows.rowCount(), 4);
+    ASSERT_EQ(rows.rowCount(), 5);
     const auto text = [&](int row, int column) { return rows.item(row, column)->text(); };
     EXPECT_EQ(QStringList({text(0, 0), text(0, 1), text(0, 2), text(1, 2), text(2, 0), text(3, 0),
                            text(3, 1)}),
               QStringList({"clip.mov", "/shoot/clip.mov", "Unsupported file format.",
                            "No EXIF date and camera found.", "no name.nef", "url.jpg",
                            "/shoot/url.jpg"}));
+    // A Latin-1 name is shown as its bytes read: with a replacement character.
+    EXPECT_EQ(rows.item(4, 0)->text(), QStringLiteral("Notiz_\uFFFD.txt"));
+    EXPECT_EQ(rows.item(4, 1)->text(), QStringLiteral("/shoot/Notiz_\uFFFD.txt"));
 
     bool wasModal = false;
     QTimer::singleShot(0, [&] {

@@ -3,6 +3,7 @@
 
 #include "KVStartView.h"
 
+#include "KVFileName.h"
 #include "KVGeometry.h"
 
 #include <QCoreApplication>
@@ -64,10 +65,16 @@ TEST(KVStartView, DragsWithFileNamesAreTakenAndDropsHandOnTheirPathsInOrder) {
         QCoreApplication::sendEvent(&view, &event);
     };
     const QUrl nef = QUrl::fromLocalFile("/photos/b.nef"), txt = QUrl::fromLocalFile("/a b.txt");
-    drop({nef, QUrl("https://example.org/x.jpg"), txt});
+    // A file manager names a Latin-1 name by its bytes, which Qt's own path would lose.
+    const QUrl latin1 = QUrl::fromEncoded("file:///photos/Hochzeit_%E4.jpg");
+    drop({nef, QUrl("https://example.org/x.jpg"), txt, latin1});
     // Nothing with a path is still handed on, as an empty list; mere text is not.
     drop({QUrl("https://example.org/")});
     drop({});
-    EXPECT_EQ(handed, QList<QList<QUrl>>({{nef, txt}, {}}));
+    ASSERT_EQ(handed.size(), 2);
+    ASSERT_EQ(handed[0].size(), 3);
+    EXPECT_EQ(handed[0].mid(0, 2), QList<QUrl>({nef, txt}));
+    EXPECT_EQ(KVFileName::encode(KVFileName::path(handed[0][2])), "/photos/Hochzeit_\xe4.jpg");
+    EXPECT_EQ(handed[1], QList<QUrl>());
     EXPECT_EQ(KVStartView::dragOperation(nullptr), Qt::IgnoreAction);
 }

@@ -7,6 +7,7 @@
 #include "KVDisplayImageFileDrawer.h"
 #include "KVDisplayView.h"
 #include "KVCameraBrowser.h"
+#include "KVFileName.h"
 #include "KVHelpWindow.h"
 #include "KVLockView.h"
 #include "KVOperation.h"
@@ -314,6 +315,8 @@ TEST(KVSingleInstanceTest, ASecondLaunchHandsItsFilesToTheFirst) {
     QStringList paths;
     for (int i = 0; i < 2000; ++i)
         paths << QStringLiteral("/media/card/DCIM/100CANON/Ä photo %1 with a long name.CR2").arg(i);
+    // A name that is not UTF-8 arrives as the same bytes.
+    paths << KVFileName::decode("/media/card/DCIM/Hochzeit_\xe4.jpg");
     std::atomic<int> handed{-1};
     std::thread second([&] {
         KVSingleInstance launch(name);

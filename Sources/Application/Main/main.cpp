@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Kalvora developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+#include "KVFileName.h"
 #include "KVSingleInstance.h"
 #include "KVTranslations.h"
 #include "KVWindow.h"
@@ -48,17 +49,19 @@ int main(int argc, char **argv) {
     parser.addPositionalArgument(QStringLiteral("files"),
                                  QCoreApplication::translate("main", "Photos or folders to open."),
                                  QStringLiteral("[files...]"));
-    parser.process(application);
+    // Names that are not UTF-8 are taken byte for byte, which Qt's own list cannot do.
+    parser.process(QStringList{QCoreApplication::applicationFilePath()} +
+                   KVFileName::arguments(argc, argv));
 
     QStringList paths;
     for (const QString &path : parser.positionalArguments())
-        paths << QDir::current().absoluteFilePath(path);
+        paths << KVFileName::absolute(path);
     // A picture of photos that are not there would be waited for in vain.
     if (parser.isSet(screenshot)) {
         for (const QString &path : std::as_const(paths)) {
-            if (!QFileInfo::exists(path)) {
+            if (!KVFileName::exists(path)) {
                 std::fprintf(
-                    stderr, "kalvora: %s: %s\n", qPrintable(path),
+                    stderr, "kalvora: %s: %s\n", qPrintable(KVFileName::displayed(path)),
                     qPrintable(QCoreApplication::translate("main", "No such file or folder.")));
                 return 2;
             }

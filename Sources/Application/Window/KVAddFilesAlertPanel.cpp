@@ -3,6 +3,7 @@
 
 #include "KVAddFilesAlertPanel.h"
 
+#include "KVFileName.h"
 #include "KVFileReportContent.h"
 #include "ui_KVAddFilesAlertPanel.h"
 
@@ -145,15 +146,15 @@ void KVAddFilesAlertPanel::setDetailsInfoFromArray(const QVariantList &entries) 
             reason = record.value(QStringLiteral("error")).toString();
         } else if (entry.typeId() == QMetaType::QUrl) {
             const QUrl url = entry.toUrl();
-            path = url.isLocalFile() ? url.toLocalFile() : url.toString();
+            path = url.isLocalFile() ? KVFileName::path(url) : url.toString();
         } else if (entry.typeId() == QMetaType::QString) {
             path = entry.toString();
         } else {
             continue;
         }
         if (name.isEmpty())
-            name = QFileInfo(path).fileName();
-        addRow(name, path, reason);
+            name = KVFileName::displayedName(path);
+        addRow(name, KVFileName::displayed(path), reason);
     }
 }
 

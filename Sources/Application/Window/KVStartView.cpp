@@ -5,6 +5,7 @@
 
 #include "KVAppDelegate.h"
 #include "KVBundleImage.h"
+#include "KVFileName.h"
 #include "KVGeometry.h"
 
 #include <QDragEnterEvent>
@@ -98,9 +99,9 @@ QList<QUrl> KVStartView::droppedFileURLs(const QMimeData *data) {
         return urls;
     for (const QUrl &dropped : data->urls()) {
         // Anything that is not a local file (a web address, an empty entry) has no path.
-        const QString path = dropped.toLocalFile();
+        const QString path = KVFileName::path(dropped);
         if (!path.isEmpty())
-            urls << QUrl::fromLocalFile(path);
+            urls << KVFileName::url(path);
     }
     return urls;
 }

@@ -11,6 +11,7 @@
 #include "KVDispatch.h"
 #include "KVDisplaySynchProgressDrawer.h"
 #include "KVDisplayView.h"
+#include "KVFileName.h"
 #include "KVHelpWindow.h"
 #include "KVKeyPath.h"
 #include "KVLockView.h"
@@ -203,7 +204,7 @@ void KVWindow::openFiles(const QStringList &paths) {
     QList<QUrl> urls;
     urls.reserve(paths.size());
     for (const QString &path : paths)
-        urls.append(QUrl::fromLocalFile(QDir::current().absoluteFilePath(path)));
+        urls.append(KVFileName::url(KVFileName::absolute(path)));
     m_delegate->cameraSets().addNewFilesFromURLs(urls);
 }
 

@@ -3,6 +3,7 @@
 
 #include "KVBrowserToolModel.h"
 #include "KVCameraBrowser.h"
+#include "KVFileName.h"
 
 #include <QApplication>
 #include <QFileInfo>
@@ -13,7 +14,7 @@
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Kalvora"));
-    QStringList paths = QApplication::arguments().mid(1);
+    QStringList paths = KVFileName::arguments(argc, argv);
     QString screenshot;
     if (const qsizetype option = paths.indexOf(QStringLiteral("--screenshot"));
         option >= 0 && option + 1 < paths.size()) {
@@ -41,7 +42,7 @@ int main(int argc, char **argv) {
 
     QStringList absolute;
     for (const QString &path : paths)
-        absolute << QFileInfo(path).absoluteFilePath();
+        absolute << KVFileName::absolute(path);
     // Read on the model's own queue; the list fills in when the result is installed.
     model.model().openFiles(absolute);
     if (!screenshot.isEmpty()) {
