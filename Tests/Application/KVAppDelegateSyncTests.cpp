@@ -4,6 +4,7 @@
 #include "KVAppDelegateFixture.h"
 
 #include "KVFakeTool.h"
+#include "KVFileName.h"
 #include "KVPhotoWriter.h"
 #include "KVTestExif.h"
 #include "KVTestSupport.h"
@@ -11,7 +12,10 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QScopeGuard>
 
+#include <cstdio>
+#include <filesystem>
 #include <mutex>
 #include <utility>
 
@@ -379,4 +383,38 @@ TEST_F(KVAppDelegateSyncTest, AtStartAnInterruptedRunIsOfferedAndFinishedOrChang
             ASSERT_TRUE(
                 KVTest::writeExif(paths[i], {{"Exif.Photo.DateTimeOriginal", originalB[i]}}));
     }
+}
+
+// A Latin-1 name from an old card: the photo is the match by its bytes, synced and undone, and
+// once trashed the alert names those very bytes.
+TEST_F(KVAppDelegateFixture, APhotoWhoseNameIsNotUtf8IsSyncedUndoneAndMissedByItsBytes) {
+    const QString folder = m_root.filePath("card");
+    const QString a = makePhoto(folder, "a.jpg", "cameras/Canon_40D.jpg", "2024:06:01 12:00:00");
+    const QString made = makePhoto(folder, "b.jpg", "cameras/Nikon_D70.jpg", "2024:06:01 11:58:30");
+    const QString b = KVFileName::decode(QFile::encodeName(folder) + "/Hochzeit_\xe4.jpg");
+    ASSERT_EQ(::rename(QFile::encodeName(made), KVFileName::encode(b)), 0);
+    // Qt cannot remove what it cannot list.
+    const auto cleanUp = qScopeGuard(
+        [&] { std::filesystem::remove_all(QFile::encodeName(m_root.path()).toStdString()); });
+    add({folder});
+    ASSERT_EQ(m_delegate->numberOfCamerasInBrowser(), 2);
+    ASSERT_TRUE(photo(b));
+    photo(a)->setImageState(KVImageStateEtalon);
+    photo(b)->setImageState(KVImageStateSelected);
+
+    m_delegate->synchronizeTimeOrCancel();
+    ASSERT_TRUE(waitForRunToEnd());
+    EXPECT_EQ(dateOnDisk(b), "2024:06:01 12:00:00");
+    m_delegate->undoManager().undo();
+    ASSERT_TRUE(waitForRunToEnd());
+    EXPECT_EQ(dateOnDisk(b), "2024:06:01 11:58:30");
+    EXPECT_EQ(dateOnDisk(a), "2024:06:01 12:00:00");
+
+    const QString trashed =
+        m_root.filePath("data/Trash/files/") + KVFileName::decode("Hochzeit_\xe4.jpg");
+    ASSERT_EQ(::rename(KVFileName::encode(b).constData(), KVFileName::encode(trashed).constData()),
+              0);
+    ASSERT_TRUE(
+        KVTest::waitFor([&] { return !m_ui.alerts().isEmpty(); }, std::chrono::seconds(15)));
+    EXPECT_TRUE(m_ui.alerts()[0].text.endsWith(b + "\n")) << qPrintable(m_ui.alerts()[0].text);
 }

@@ -217,7 +217,9 @@ TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
             ASSERT_NE(box, nullptr);
             // The headline stays whole in the box; the advice is set beneath it.
             EXPECT_EQ(box->text(), QStringLiteral("Cannot open file or files"));
-            EXPECT_EQ(box->informativeText(), QStringLiteral("Put the card back"));
+            // A name that is not UTF-8 is shown with a replacement character.
+            EXPECT_EQ(box->informativeText(),
+                      QStringLiteral("Put the card back: /media/Hochzeit_\uFFFD.jpg"));
             // The headline is bold above the plain advice.
             int headlines = 0;
             for (QLabel *label : box->findChildren<QLabel *>()) {
@@ -234,7 +236,8 @@ TEST_F(KVWindowTest, AnAlertAnswersWithTheIndexOfTheButtonChosen) {
                     button->click();
         });
         EXPECT_EQ(window->runAlert(QStringLiteral("Cannot open file or files"),
-                                   QStringLiteral("Put the card back"),
+                                   QStringLiteral("Put the card back: ") +
+                                       KVFileName::decode("/media/Hochzeit_\xe4.jpg"),
                                    {QStringLiteral("Try Again"), QStringLiteral("Cancel")}),
                   wanted);
     }

@@ -458,7 +458,7 @@ void KVWindow::beep() {
 }
 
 void KVWindow::displayString(const QString &text) {
-    m_display->drawString(text);
+    m_display->drawString(KVFileName::displayed(text));
 }
 
 void KVWindow::displayImageFile(const KVImageFileRef &file) {
@@ -491,12 +491,15 @@ void KVWindow::showPhotosInBrowser(const std::vector<std::pair<int, int>> &camer
 int KVWindow::runAlert(const QString &title, const QString &text, const QStringList &buttons) {
     // The headline is the alert's text and the advice its informative text: a window manager
     // cuts a long title bar short, and the title bar only names the program.
-    QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(), title,
+    // Paths in the texts are read as they are shown everywhere: bytes that are not UTF-8 as
+    // replacement characters.
+    const QString headline = KVFileName::displayed(title);
+    QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(), headline,
                     QMessageBox::NoButton, this);
-    box.setInformativeText(text);
+    box.setInformativeText(KVFileName::displayed(text));
     // Bold, as the desktop shows a message box's main text above its advice.
     for (QLabel *label : box.findChildren<QLabel *>()) {
-        if (label->text() == title) {
+        if (label->text() == headline) {
             QFont font = label->font();
             font.setBold(true);
             label->setFont(font);

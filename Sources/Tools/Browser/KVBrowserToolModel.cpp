@@ -4,13 +4,14 @@
 #include "KVBrowserToolModel.h"
 
 #include "KVCameraBrowser.h"
+#include "KVFileName.h"
 
 #include <cstdio>
 
 namespace {
 
 void printLine(const QString &text) {
-    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+    std::fprintf(stderr, "%s\n", KVFileName::displayed(text).toLocal8Bit().constData());
 }
 
 } // namespace
