@@ -19,7 +19,6 @@
 #include <cstring>
 #include <mutex>
 #include <deque>
-#include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -344,13 +343,9 @@ void Coordinator::recoverTrashItemsLocked(const QString &trash) {
     for (int count = 0; count < items.size() && count < kRecoveryScanLimit; ++count) {
         const QString &item = items[count];
         const QString infoPath = joinPath(infoFolder, nameOf(item) + QStringLiteral(".trashinfo"));
-        const int infoFd = ::open(KVFileName::encode(infoPath).constData(), O_RDONLY | O_CLOEXEC);
         QFile info;
-        if (infoFd < 0 || !info.open(infoFd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-            if (infoFd >= 0)
-                ::close(infoFd);
+        if (!KVFileName::openForReading(infoPath, info))
             continue;
-        }
         const QList<QByteArray> lines = info.read(64 * 1024).split('\n');
         for (const QByteArray &line : lines) {
             if (!line.startsWith("Path="))

@@ -6,6 +6,7 @@
 #include <QDir>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -188,6 +189,19 @@ bool isLink(const QString &path) {
     struct stat info {};
     return !path.isEmpty() && ::lstat(encode(path).constData(), &info) == 0 &&
            S_ISLNK(info.st_mode);
+}
+
+bool openForReading(const QString &path, QFile &file) {
+    const int fd = ::open(encode(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
+        !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return false;
+    }
+    return true;
 }
 
 QStringList entries(const QString &folder, Hidden hidden) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFile>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -45,6 +46,9 @@ bool isFile(const QString &path);
 bool isFolder(const QString &path);
 // Whether the path itself is a link.
 bool isLink(const QString &path);
+// Opens the regular file the path names for reading into `file`. Never blocks: a pipe put in a
+// file's place is refused at once.
+bool openForReading(const QString &path, QFile &file);
 
 // The paths of the entries of `folder` in the order of their names, "." and ".." aside, hidden
 // ones (starting with a dot) only when asked for. Empty when the folder cannot be read.

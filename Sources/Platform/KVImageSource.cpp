@@ -17,10 +17,6 @@
 
 #include <exiv2/exiv2.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <exception>
 #include <mutex>
@@ -143,18 +139,8 @@ private:
 std::optional<QByteArray> readOwned(const QString &path) {
     // Far beyond any photo; QByteArray and Exiv2's long offsets stay within their range.
     constexpr qint64 maximumSize = qint64(1) << 31;
-    // Not blocking: a pipe put in the photo's place must not stall the reader.
-    const int fd = ::open(KVFileName::encode(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return std::nullopt;
-    struct stat info {};
     QFile file;
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
-        !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(fd);
-        return std::nullopt;
-    }
-    if (file.size() > maximumSize)
+    if (!KVFileName::openForReading(path, file) || file.size() > maximumSize)
         return std::nullopt;
     // As many bytes as the file has now: reading up to the maximum would allocate all of it
     // for every photo. A file that grows meanwhile is read as it was; one that shrinks, shorter.
